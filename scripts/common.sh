@@ -1,0 +1,64 @@
+# shellcheck shell=bash
+# What the scripts of this folder share. To be sourced; needs bash.
+
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+build=$root/build
+logs=$build/logs
+# Programs under Wine print UTF-8 only in such a locale, and messages of tools stay comparable.
+export LC_ALL=C.UTF-8
+mkdir -p "$logs"
+
+# Die TEXT...: ends the script with a message.
+Die() {
+  printf 'error: %s\n' "$*" >&2
+  exit 1
+}
+
+# RunLogged LOG COMMAND...: the command with its output in LOG and errexit in force inside it.
+RunLogged() {
+  local log=$1
+  shift
+  (set -e; "$@") >"$log" 2>&1 </dev/null
+}
+
+# Step NAME COMMAND...: runs one step with its output in build/logs/NAME.log, prints one line about it and ends the
+# script with the tail of the log when it fails.
+Step() {
+  local name=$1 log=$logs/$1.log started=$SECONDS status
+  shift
+  printf '%-12s ' "$name"
+  # Not in an "if": bash ignores errexit inside a function that is called in a condition.
+  set +e
+  RunLogged "$log" "$@"
+  status=$?
+  set -e
+  if ((status != 0)); then
+    printf 'FAILED (status %d, %d s)\n' "$status" "$((SECONDS - started))"
+    tail -n 40 "$log"
+    Die "step '$name' failed, its log is $log"
+  fi
+  printf 'ok (%d s)\n' "$((SECONDS - started))"
+}
+
+# AsRoot COMMAND...: runs a command as root.
+AsRoot() {
+  if ((EUID == 0)); then "$@"; else sudo -- "$@"; fi
+}
+
+# Configure: configures the build tree; Build TARGET...: builds these targets or everything.
+Configure() {
+  (cd "$root" && cmake --preset mingw)
+}
+Build() {
+  local targets=()
+  (($# == 0)) || targets=(--target "$@")
+  (cd "$root" && cmake --build --preset mingw "${targets[@]}")
+}
+
+# OwnFiles PATTERN...: the repository's own files, tracked or new, that match the patterns, one per line.
+OwnFiles() {
+  (cd "$root" && git ls-files --cached --others --exclude-standard --deduplicate -- "$@" |
+    while IFS= read -r file; do [[ ! -e $file ]] || printf '%s\n' "$file"; done)
+}

@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# The whole check: installs what is missing, builds, checks format and lint, runs all tests.
+
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+"$root/scripts/setup.sh"
+Step configure Configure
+Step build Build
+Step format "$root/scripts/format.sh" --check
+Step lint "$root/scripts/lint.sh"
+Step tests-prefix "$root/scripts/wine.sh" --prefix tests wineboot
+
+# CTest's own report is this script's last output. One Xvfb for the whole run, because all tests share one desktop.
+trap '"$root/scripts/wine.sh" --prefix tests --stop' EXIT
+log=$logs/tests.log
+cd "$root"
+xvfb-run -a ctest --preset mingw "$@" </dev/null 2>&1 | tee "$log" || Die "step 'tests' failed, its log is $log"

@@ -1,0 +1,141 @@
+#include "lib/unicode/unicode.h"
+
+#include "lib/misc/codeset.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+using namespace std::string_literals;
+
+TEST(Unicode, ConvertsBothWaysAndReplacesIllFormedParts) {
+  const struct {
+    std::string utf8;
+    std::wstring wide;
+    std::string back;  // when it differs from utf8
+  } cases[] = {
+      {"", L"", {}},
+      {"plain", L"plain", {}},
+      {"a\0b"s, L"a\0b"s, {}},
+      {"\xC3\xA9\xE2\x82\xAC", L"\u00E9\u20AC", {}},
+      {"\xF0\x9F\x98\x80", L"\xD83D\xDE00", {}},
+      {"\xEF\xBB\xBFx", L"\uFEFFx", {}},
+      {"a\xFFz", L"a\uFFFDz", "a\xEF\xBF\xBDz"},                                        // never a lead byte
+      {"\xE2\x82", L"\uFFFD", "\xEF\xBF\xBD"},                                          // cut short
+      {"\xC0\xAF", L"\uFFFD\uFFFD", "\xEF\xBF\xBD\xEF\xBF\xBD"},                        // overlong
+      {"\xED\xA0\x80", L"\uFFFD\uFFFD\uFFFD", "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},  // encoded surrogate
+  };
+  for (const auto& each : cases) {
+    EXPECT_EQ(Unicode_WideFromUtf8(each.utf8), each.wide) << each.utf8;
+    EXPECT_EQ(Unicode_Utf8FromWide(each.wide), each.back.empty() ? each.utf8 : each.back) << each.utf8;
+  }
+  EXPECT_EQ(Unicode_Utf8FromWide(L"a\xD83D"), "a\xEF\xBF\xBD");
+  EXPECT_EQ(Unicode_Utf8FromWide(L"\xDE00\xD83D"), "\xEF\xBF\xBD\xEF\xBF\xBD");
+  EXPECT_EQ(Unicode_WideFromUtf8({}), L"");
+  EXPECT_EQ(Unicode_Utf8FromWide(std::wstring(100000, L'\u20AC')).size(), 300000u);
+}
+
+TEST(Unicode, ComparesFoldedTextsInCodePointOrder) {
+  const struct {
+    std::wstring left;
+    std::wstring right;
+    int sign;
+  } cases[] = {
+      {L"", L"", 0},
+      {L"", L"a", -1},
+      {L"Notepad.EXE", L"nOTEPAD.exe", 0},
+      {L"abc", L"ABD", -1},
+      {L"ab", L"ABC", -1},
+      {L"_", L"A", -1},  // compared as "a", which comes after
+      {L"[", L"a", -1},
+      {L"STRASSE", L"stra\u00DFe", 0},
+      {L"stra\u00DFe", L"strasz", -1},
+      {L"K", L"\u212A", 0},  // Kelvin sign
+      {L"\u00C9T\u00C9", L"\u00E9t\u00E9", 0},
+      {L"\u03A3", L"\u03C2", 0},  // sigma and final sigma
+      {L"I", L"i", 0},
+      {L"I", L"\u0131", -1},  // dotless i is a letter of its own
+      {L"\u0130", L"i", 1},   // "i" with a dot above
+      {L"\u0130", L"i\u0307", 0},
+      {L"\uFF41", L"\xD801\xDC00", -1},  // surrogates sort after all of the basic plane
+      {L"\xD801\xDC00", L"\xD801\xDC28", 0},
+      {L"z", L"\u00E9", -1},
+  };
+  const auto sign = [](int value) { return (value > 0) - (value < 0); };
+  for (const auto& each : cases) {
+    const std::string left = Unicode_Utf8FromWide(each.left);
+    const std::string right = Unicode_Utf8FromWide(each.right);
+    EXPECT_EQ(sign(Unicode_CompareIgnoreCase(each.left, each.right)), each.sign) << left << " " << right;
+    EXPECT_EQ(sign(Unicode_CompareIgnoreCase(each.right, each.left)), -each.sign) << left << " " << right;
+    EXPECT_EQ(sign(Unicode_CompareIgnoreCase(left, right)), each.sign) << left << " " << right;
+    EXPECT_EQ(sign(Unicode_CompareIgnoreCase(right, left)), -each.sign) << left << " " << right;
+    EXPECT_EQ(Unicode_EqualIgnoreCase(each.left, each.right), each.sign == 0) << left << " " << right;
+    EXPECT_EQ(Unicode_EqualIgnoreCase(left, right), each.sign == 0) << left << " " << right;
+    EXPECT_EQ(Unicode_FoldCase(each.left) == Unicode_FoldCase(each.right), each.sign == 0) << left << " " << right;
+    EXPECT_EQ(Unicode_FoldCase(left), Unicode_Utf8FromWide(Unicode_FoldCase(each.left))) << left;
+  }
+  EXPECT_EQ(Unicode_FoldCase(L"\u00DF\u0130I"), L"ssi\u0307i");
+  EXPECT_LT(Unicode_CompareIgnoreCase(std::wstring_view(), L"a"), 0);
+
+  const std::map<std::string, int, Unicode_LessIgnoreCase> narrow = {
+      {"Stra\xC3\x9F"
+       "e",
+       1}};
+  const std::map<std::wstring, int, Unicode_LessIgnoreCase> wide = {{L"\u00C4pfel", 1}};
+  EXPECT_TRUE(narrow.contains("STRASSE"));
+  EXPECT_FALSE(narrow.contains("strase"));
+  EXPECT_TRUE(wide.contains(std::wstring_view(L"\u00E4PFEL")));
+}
+
+TEST(Codeset, ConvertsByTableAndFindsAliases) {
+  const struct {
+    const char* name;
+    std::string bytes;
+    std::string utf8;
+  } cases[] = {
+      {"windows-1252", "\x80 5", "\xE2\x82\xAC 5"},
+      {"cp1252", "\x80", "\xE2\x82\xAC"},
+      {"Windows 1252", "\xE9", "\xC3\xA9"},
+      {"latin1", "\xE9", "\xC3\xA9"},
+      {"iso-8859-15", "\xA4", "\xE2\x82\xAC"},
+      {"windows-1250", "\xB3", "\xC5\x82"},
+      {"windows-1251", "\xC6", "\xD0\x96"},
+      {"koi8-r", "\xF6", "\xD0\x96"},
+      {"ibm437", "\x9B", "\xC2\xA2"},
+      {"ibm850", "\x9B", "\xC3\xB8"},
+      {"shift_jis", "\x83\x65\x83\x58", "\xE3\x83\x86\xE3\x82\xB9"},
+      {"cp932", "\x82\xA0", "\xE3\x81\x82"},
+      {"euc-jp", "\xA4\xA2", "\xE3\x81\x82"},
+      {"gb18030", "\xD6\xD0\x81\x30\x84\x36", "\xE4\xB8\xAD\xC2\xA5"},
+      {"gbk", "\xD6\xD0", "\xE4\xB8\xAD"},
+      {"gb2312", "\xD6\xD0", "\xE4\xB8\xAD"},
+      {"big5", "\xA4\xA4", "\xE4\xB8\xAD"},
+      {"euc-kr", "\xB0\xA1", "\xEA\xB0\x80"},
+      {"cp949", "\xB0\xA1", "\xEA\xB0\x80"},
+      {"utf-16le", "\x3D\xD8\x00\xDE"s, "\xF0\x9F\x98\x80"},
+      {"utf-8", "\xE2\x82\xAC", "\xE2\x82\xAC"},
+      {"windows-1252", "", ""},
+  };
+  for (const auto& each : cases) {
+    EXPECT_TRUE(Codeset_IsSupported(each.name)) << each.name;
+    EXPECT_EQ(Codeset_ToUtf8(each.bytes, each.name), each.utf8) << each.name;
+    EXPECT_EQ(Codeset_FromUtf8(each.utf8, each.name), each.bytes) << each.name;
+  }
+}
+
+TEST(Codeset, GivesNothingForWhatHasNoCounterpart) {
+  EXPECT_EQ(Codeset_FromUtf8("\xD0\x96", "windows-1252"), std::nullopt);
+  EXPECT_EQ(Codeset_FromUtf8("a\xFFz", "windows-1252"), std::nullopt);
+  EXPECT_EQ(Codeset_ToUtf8("\x83", "shift_jis"), std::nullopt);  // lead byte alone
+  EXPECT_EQ(Codeset_ToUtf8("\xFF\xFF", "euc-kr"), std::nullopt);
+  EXPECT_EQ(Codeset_ToUtf8("a\xC0\xAF", "utf-8"), std::nullopt);
+  // The alias table knows EBCDIC, but no table of it is linked in; an empty name must not mean the system's.
+  for (const char* name : {"no-such-set", "ibm-1047", "..\\no-such-set", "", static_cast<const char*>(nullptr)}) {
+    EXPECT_FALSE(Codeset_IsSupported(name)) << (name != nullptr ? name : "null");
+    EXPECT_EQ(Codeset_ToUtf8("a", name), std::nullopt);
+    EXPECT_EQ(Codeset_FromUtf8("a", name), std::nullopt);
+  }
+}
