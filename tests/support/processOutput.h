@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quarry::test {
+
+/// What a finished program left behind.
+struct ProcessOutput {
+  std::uint32_t exitCode = 0;
+  std::string out;  ///< Bytes of its standard output.
+  std::string err;  ///< Bytes of its standard error.
+};
+
+/// Runs `program` (full path) with `arguments`, each handed over as one argument whatever it holds, in `folder` (empty:
+/// this process's), and waits for its end. Nothing when it cannot be started or has not ended after 60 s; it is then
+/// ended.
+std::optional<ProcessOutput> RunProgram(const std::wstring& program, const std::vector<std::wstring>& arguments,
+                                        const std::wstring& folder = {});
+
+}  // namespace quarry::test

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+namespace quarry::test {
+
+/// What a shortcut file is to hold. Members left empty are not written into it.
+struct Shortcut {
+  std::wstring linkPath;  ///< Full path of the .lnk file. Its folder must exist.
+  std::wstring target;
+  std::wstring arguments;
+  std::wstring description;
+  std::wstring workingDirectory;
+  std::wstring iconLocation;
+  int iconIndex = 0;
+};
+
+/// Writes `shortcut` through the shell, replacing a file that is there already. Initialises COM on this thread for the
+/// length of the call. Returns false when the shell refuses any part of it.
+bool WriteShortcut(const Shortcut& shortcut);
+
+}  // namespace quarry::test

@@ -1,0 +1,61 @@
+#include "tools/quarryctl/library.h"
+
+#include "tools/quarryctl/paths.h"
+#include "tools/quarryctl/utf8.h"
+
+#include <utility>
+
+namespace quarryctl {
+namespace {
+
+using InitFunction = decltype(&Quarry_Init);
+
+InitFunction FindInit(HMODULE module) {
+  // By way of the one function type that compilers let become any other.
+  return reinterpret_cast<InitFunction>(reinterpret_cast<void (*)()>(GetProcAddress(module, "Quarry_Init")));
+}
+
+}  // namespace
+
+std::span<const QuarryApplicationInfo> Items(const ApplicationRecords& records) {
+  if (!records) return {};
+  return {records.get(), static_cast<std::size_t>(records.get_deleter().count)};
+}
+
+std::unique_ptr<Library> Library::Open(QuarryLogFn log, Output& err) {
+  const std::wstring path = ProgramFolder() + L"\\quarry.dll";
+  UniqueModule module(LoadLibraryW(path.c_str()));
+  if (!module) {
+    const DWORD error = GetLastError();
+    err.Write("quarryctl: cannot load " + Utf8FromWide(path) + ", error " + std::to_string(error) + '\n');
+    return nullptr;
+  }
+  const InitFunction init = FindInit(module.get());
+  QuarryFunctions functions{};
+  if (init != nullptr) init(log, 0, &functions);
+  if (functions.Exit == nullptr) {
+    err.Write("quarryctl: " + Utf8FromWide(path) + " could not be initialised\n");
+    return nullptr;
+  }
+  return std::unique_ptr<Library>(new Library(std::move(module), functions));
+}
+
+Library::Library(UniqueModule module, const QuarryFunctions& functions)
+    : module_(std::move(module)), functions_(functions) {}
+
+ApplicationRecords Library::Scan(const std::wstring& iniPath) const {
+  QuarryApplicationInfo* records = nullptr;
+  std::uint64_t count = 0;
+  functions_.ScanApplicationsUsingIniFile(iniPath.c_str(), &records, &count);
+  return ApplicationRecords(records, ApplicationsDeleter{functions_.FreeApplications, count});
+}
+
+ApplicationRecord Library::GetApplication(const std::wstring& path) const {
+  return ApplicationRecord(functions_.GetApplication(path.c_str()), functions_.FreeApplication);
+}
+
+bool Library::VerifyApplication(const std::wstring& path) const {
+  return functions_.VerifyApplication(path.c_str()) != 0;
+}
+
+}  // namespace quarryctl

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "quarry/quarry.h"
+
+#include "tools/quarryctl/output.h"
+#include "tools/quarryctl/owners.h"
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace quarryctl {
+
+struct ApplicationsDeleter {
+  void (*free)(QuarryApplicationInfo*, std::uint64_t) = nullptr;
+  std::uint64_t count = 0;
+  void operator()(QuarryApplicationInfo* records) const { free(records, count); }
+};
+
+/// Records of the library, given back to it when they go out of scope. They must not outlive the Library.
+using ApplicationRecord = std::unique_ptr<QuarryApplicationInfo, void (*)(QuarryApplicationInfo*)>;
+using ApplicationRecords = std::unique_ptr<QuarryApplicationInfo[], ApplicationsDeleter>;
+
+std::span<const QuarryApplicationInfo> Items(const ApplicationRecords& records);
+
+/// quarry.dll, loaded and initialised. The destructor shuts it down and unloads it.
+class Library {
+ public:
+  /// Loads quarry.dll from this program's own folder and no other, so that nothing else can be loaded in its place.
+  /// Null when that fails; `err` then has the reason.
+  static std::unique_ptr<Library> Open(QuarryLogFn log, Output& err);
+  ~Library() { Exit(); }
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+
+  /// Scans with the filters of the INI file at `iniPath` (absolute), or with the configured filters when it is empty.
+  ApplicationRecords Scan(const std::wstring& iniPath) const;
+  /// Null when no application can be made from `path`.
+  ApplicationRecord GetApplication(const std::wstring& path) const;
+  bool VerifyApplication(const std::wstring& path) const;
+  /// Writes the library's reports to standard output.
+  void ReportDebugInfo() const { functions_.ReportDebugInfo(); }
+  /// Shuts the library down ahead of time; only ReportDebugInfo may be called after it.
+  void Exit() const { functions_.Exit(); }
+
+ private:
+  Library(UniqueModule module, const QuarryFunctions& functions);
+
+  UniqueModule module_;
+  QuarryFunctions functions_;
+};
+
+}  // namespace quarryctl

@@ -1,0 +1,83 @@
+#include "tools/quarryctl/command.h"
+#include "tools/quarryctl/output.h"
+#include "tools/quarryctl/owners.h"
+#include "tools/quarryctl/utf8.h"
+
+#include <CLI/CLI.hpp>
+
+#include <windows.h>
+
+#include <shellapi.h>
+
+#include <algorithm>
+#include <exception>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace quarryctl {
+namespace {
+
+constexpr const char* kFooter =
+    "Without -v only errors of the library's log are shown on the error stream. -v adds warnings\n"
+    "(what was skipped), -vv what happened to each file, -vvv all detail.\n"
+    "Exit status: 0 done, 1 nothing found or refused, 2 usage.";
+
+// The run time's own arguments are in the process's code page, which cannot hold every path.
+std::vector<std::string> CommandLineArguments() {
+  int count = 0;
+  const UniqueLocal<wchar_t*> arguments(CommandLineToArgvW(GetCommandLineW(), &count));
+  std::vector<std::string> result;
+  for (int index = 1; arguments && index < count; ++index) result.push_back(Utf8FromWide(arguments.get()[index]));
+  return result;
+}
+
+ExitStatus ReportParseEnd(const CLI::App& parser, const CLI::ParseError& end, CommandContext& context) {
+  std::ostringstream out;
+  std::ostringstream err;
+  const int code = parser.exit(end, out, err);
+  context.out.Write(out.str());
+  context.err.Write(err.str());
+  return code == 0 ? kDone : kUsage;
+}
+
+ExitStatus Run(std::vector<std::string> arguments, CommandContext& context) {
+  CLI::App parser("Shows what this host publishes to remote users.", "quarryctl");
+  parser.footer(kFooter);
+  parser.require_subcommand(1);
+  parser.fallthrough();
+  // A slash begins a path here, not an option.
+  parser.allow_windows_style_options(false);
+  parser.add_flag("-v,--verbose", context.verbosity, "Show more of the library's log (up to -vvv)");
+  Command chosen;
+  AddScanCommand(parser, chosen);
+  AddAppCommand(parser, chosen);
+  AddVerifyCommand(parser, chosen);
+  AddDebugCommand(parser, chosen);
+  try {
+    std::reverse(arguments.begin(), arguments.end());
+    parser.parse(std::move(arguments));
+  } catch (const CLI::ParseError& end) {
+    return ReportParseEnd(parser, end, context);
+  }
+  return chosen(context);
+}
+
+int Main() {
+  Output out(STD_OUTPUT_HANDLE);
+  Output err(STD_ERROR_HANDLE);
+  try {
+    CommandContext context{out, err};
+    const ExitStatus status = Run(CommandLineArguments(), context);
+    if (!out.HasFailed()) return status;
+    err.Write("quarryctl: the output could not be written\n");
+  } catch (const std::exception& error) {
+    err.Write(std::string("quarryctl: ") + error.what() + '\n');
+  }
+  return kNothingFound;
+}
+
+}  // namespace
+}  // namespace quarryctl
+
+int main() { return quarryctl::Main(); }

@@ -1,0 +1,36 @@
+#include "tools/quarryctl/paths.h"
+
+#include <windows.h>
+
+namespace quarryctl {
+namespace {
+
+// Microsoft Learn, "Maximum Path Length Limitation": the longest path of the wide functions, with its terminator.
+constexpr DWORD kLongestPath = 32767;
+
+}  // namespace
+
+std::wstring AbsolutePath(const std::wstring& path) {
+  const DWORD size = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
+  if (size == 0) return path;
+  std::wstring result(size, L'\0');
+  const DWORD length = GetFullPathNameW(path.c_str(), size, result.data(), nullptr);
+  if (length == 0 || length >= size) return path;
+  result.resize(length);
+  return result;
+}
+
+std::wstring AbsoluteApplicationPath(const std::wstring& path) {
+  return path.starts_with(L'%') ? path : AbsolutePath(path);
+}
+
+std::wstring ProgramFolder() {
+  std::wstring path(kLongestPath, L'\0');
+  const DWORD length = GetModuleFileNameW(nullptr, path.data(), kLongestPath);
+  if (length == 0 || length >= kLongestPath) return {};
+  path.resize(length);
+  const std::size_t end = path.find_last_of(L'\\');
+  return end == std::wstring::npos ? std::wstring() : path.substr(0, end);
+}
+
+}  // namespace quarryctl

@@ -1,0 +1,83 @@
+#include "tools/quarryctl/command.h"
+#include "tools/quarryctl/jsonFormat.h"
+#include "tools/quarryctl/library.h"
+#include "tools/quarryctl/logView.h"
+#include "tools/quarryctl/paths.h"
+#include "tools/quarryctl/tableFormat.h"
+#include "tools/quarryctl/utf8.h"
+
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace quarryctl {
+namespace {
+
+struct ScanOptions {
+  std::string iniPath;
+  bool json = false;
+};
+
+bool IsFile(const std::wstring& path) {
+  const DWORD attributes = GetFileAttributesW(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+std::string CountLine(std::size_t count) {
+  return std::to_string(count) + (count == 1 ? " application\n" : " applications\n");
+}
+
+std::string FormatApplications(std::span<const QuarryApplicationInfo> applications) {
+  std::vector<TableRow> rows = {{"NAME", "VERSION", "COMPANY", "TARGET"}};
+  for (const QuarryApplicationInfo& application : applications) {
+    // A program without version information has no product name.
+    const wchar_t* name = *application.productName == L'\0' ? application.fileName : application.productName;
+    rows.push_back({Utf8FromWide(name), Utf8FromWide(application.productVersion), Utf8FromWide(application.companyName),
+                    Utf8FromWide(application.targetPath)});
+  }
+  return FormatTable(rows) + CountLine(applications.size());
+}
+
+std::string FormatResult(std::span<const QuarryApplicationInfo> applications, bool json) {
+  if (json) return FormatJson(applications);
+  return applications.empty() ? CountLine(0) : FormatApplications(applications);
+}
+
+void PointToWarnings(const LogView& log, Output& err) {
+  if (log.HiddenWarnings() == 0) return;
+  err.Write("quarryctl: warnings not shown: " + std::to_string(log.HiddenWarnings()) +
+            " (-v shows them: they say what was left out, and why)\n");
+}
+
+ExitStatus RunScan(const ScanOptions& options, const CommandContext& context) {
+  // The profile functions look for a bare file name in the Windows folder.
+  const std::wstring iniPath = options.iniPath.empty() ? std::wstring() : AbsolutePath(WideFromUtf8(options.iniPath));
+  if (!iniPath.empty() && !IsFile(iniPath)) {
+    context.err.Write("quarryctl: there is no file " + Utf8FromWide(iniPath) + '\n');
+    return kNothingFound;
+  }
+  LogView log(context.err, ShownLevels(context));
+  const std::unique_ptr<Library> library = Library::Open(&LogView::Receive, context.err);
+  if (!library) return kNothingFound;
+  const ApplicationRecords records = library->Scan(iniPath);
+  log.EndProgress();
+  context.out.Write(FormatResult(Items(records), options.json));
+  PointToWarnings(log, context.err);
+  return records ? kDone : kNothingFound;
+}
+
+}  // namespace
+
+void AddScanCommand(CLI::App& parser, Command& chosen) {
+  const auto options = std::make_shared<ScanOptions>();
+  CLI::App* command = parser.add_subcommand("scan", "List the applications that this host publishes");
+  command->add_option("--ini", options->iniPath, "Take the scan filters from FILE, not from the registry")
+      ->type_name("FILE")
+      ->check([](const std::string& path) { return std::string(path.empty() ? "the file name is empty" : ""); });
+  command->add_flag("--json", options->json, "Write every field of every application as a JSON array");
+  command->callback(
+      [options, &chosen] { chosen = [options](CommandContext& context) { return RunScan(*options, context); }; });
+}
+
+}  // namespace quarryctl
