@@ -1,0 +1,80 @@
+#include "lib/misc/win32uRegistry.h"
+
+#include "lib/misc/platformHandles.h"
+#include "lib/unicode/unicode.h"
+
+namespace {
+
+// Microsoft Learn, "Registry Element Size Limits": 255 characters for a key name, 16383 for a value name.
+constexpr DWORD kKeyNameCapacity = 255 + 1;
+constexpr DWORD kValueNameCapacity = 16383 + 1;
+
+LSTATUS OpenKey(HKEY rootKey, const std::string& path, REGSAM access, UniqueRegistryKey& key) {
+  return RegOpenKeyExW(rootKey, Unicode_WideFromUtf8(path).c_str(), 0, access, key.put());
+}
+
+void KeepFirst(LSTATUS& kept, LSTATUS result) {
+  if (kept == ERROR_SUCCESS) kept = result;
+}
+
+}  // namespace
+
+LSTATUS WinReg_EnumerateSubkeys(HKEY rootKey, const std::string& path, const WinRegSubkeyVisitor& visit) {
+  UniqueRegistryKey key;
+  LSTATUS status = OpenKey(rootKey, path, KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, key);
+  if (status != ERROR_SUCCESS) return status;
+  DWORD count = 0;
+  DWORD longestClass = 0;  // class names have no documented limit
+  status = RegQueryInfoKeyW(key.get(), nullptr, nullptr, nullptr, &count, nullptr, &longestClass, nullptr, nullptr,
+                            nullptr, nullptr, nullptr);
+  if (status != ERROR_SUCCESS) return status;
+
+  LSTATUS kept = ERROR_SUCCESS;
+  bool proceed = true;
+  std::wstring name(kKeyNameCapacity, L'\0');
+  std::wstring className(static_cast<std::size_t>(longestClass) + 1, L'\0');
+  for (DWORD index = 0; index < count && proceed; ++index) {
+    DWORD nameLength = kKeyNameCapacity;
+    DWORD classLength = longestClass + 1;
+    FILETIME lastWriteTime{};
+    status = RegEnumKeyExW(key.get(), index, name.data(), &nameLength, nullptr, className.data(), &classLength,
+                           &lastWriteTime);
+    if (status == ERROR_NO_MORE_ITEMS) break;  // a subkey went away since they were counted
+    if (status != ERROR_SUCCESS) {
+      KeepFirst(kept, status);
+      break;
+    }
+    const std::string nameUtf8 = Unicode_Utf8FromWide({name.data(), nameLength});
+    const std::string classUtf8 = Unicode_Utf8FromWide({className.data(), classLength});
+    KeepFirst(kept, visit({rootKey, path, nameUtf8, classUtf8, lastWriteTime}, proceed));
+  }
+  return kept;
+}
+
+LSTATUS WinReg_EnumerateValues(HKEY rootKey, const std::string& path, REGSAM extraAccess,
+                               const WinRegValueVisitor& visit) {
+  UniqueRegistryKey key;
+  LSTATUS status = OpenKey(rootKey, path, KEY_QUERY_VALUE | extraAccess, key);
+  if (status != ERROR_SUCCESS) return status;
+  DWORD count = 0;
+  status = RegQueryInfoKeyW(key.get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &count, nullptr, nullptr,
+                            nullptr, nullptr);
+  if (status != ERROR_SUCCESS) return status;
+
+  LSTATUS kept = ERROR_SUCCESS;
+  bool proceed = true;
+  std::wstring name(kValueNameCapacity, L'\0');
+  for (DWORD index = 0; index < count && proceed; ++index) {
+    DWORD nameLength = kValueNameCapacity;
+    DWORD type = REG_NONE;
+    status = RegEnumValueW(key.get(), index, name.data(), &nameLength, nullptr, &type, nullptr, nullptr);
+    if (status == ERROR_NO_MORE_ITEMS) break;  // a value went away since they were counted
+    if (status != ERROR_SUCCESS) {
+      KeepFirst(kept, status);
+      break;
+    }
+    const std::string nameUtf8 = Unicode_Utf8FromWide({name.data(), nameLength});
+    KeepFirst(kept, visit({rootKey, path, nameUtf8, type}, proceed));
+  }
+  return kept;
+}
