@@ -1,0 +1,38 @@
+#include "quarry/config/iniFile.h"
+
+#include <windows.h>
+
+namespace quarry {
+
+namespace {
+
+// Microsoft Learn, GetPrivateProfileStringW: an answer that does not fit is cut and counted as the buffer's size less
+// one, or less two for a list of names. Those counts so mean "perhaps incomplete".
+constexpr DWORD kCapacity = 2048;
+constexpr DWORD kLongestNameList = kCapacity - 3;
+constexpr DWORD kLongestValue = kCapacity - 2;
+
+}  // namespace
+
+IniFile::IniFile(std::wstring path) : path_(std::move(path)) {}
+
+std::vector<std::wstring> IniFile::GetSectionNames() const {
+  // Zeroed and one longer than the function is told, so that the list ends even where the function does not end it.
+  std::vector<wchar_t> buffer(kCapacity + 1, L'\0');
+  const DWORD length = GetPrivateProfileStringW(nullptr, nullptr, nullptr, buffer.data(), kCapacity, path_.c_str());
+  if (length == 0 || length > kLongestNameList) return {};
+
+  std::vector<std::wstring> names;
+  for (const wchar_t* name = buffer.data(); *name != L'\0'; name += names.back().size() + 1) names.emplace_back(name);
+  return names;
+}
+
+std::wstring IniFile::GetString(const std::wstring& section, const std::wstring& key) const {
+  std::vector<wchar_t> buffer(kCapacity, L'\0');
+  const DWORD length =
+      GetPrivateProfileStringW(section.c_str(), key.c_str(), nullptr, buffer.data(), kCapacity, path_.c_str());
+  if (length == 0 || length > kLongestValue) return {};
+  return {buffer.data(), length};
+}
+
+}  // namespace quarry

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "quarry/diagnostics/objectCounters.h"
+
+#include <string>
+#include <vector>
+
+namespace quarry {
+
+/// Reads an INI file through the platform's profile functions, afresh at each call. A file that is missing or cannot be
+/// read has no sections and no values.
+class IniFile {
+ public:
+  explicit IniFile(std::wstring path);
+  virtual ~IniFile() = default;
+
+  /// All section names in the order of the file; none when they take more than 2045 characters together.
+  std::vector<std::wstring> GetSectionNames() const;
+
+  /// The value of a key; empty when it is absent or longer than 2046 characters.
+  std::wstring GetString(const std::wstring& section, const std::wstring& key) const;
+
+ private:
+  std::wstring path_;
+  ObjectCount count_{"IniFile"};
+};
+
+}  // namespace quarry

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "quarry/diagnostics/objectCounters.h"
+
+#include <windows.h>
+
+#include <cstdint>
+#include <string>
+
+namespace quarry {
+
+/// The library's own settings key, below SOFTWARE\ and SOFTWARE\Policies\.
+inline constexpr wchar_t kSettingsRoot[] = L"Velkor, Inc.\\Velkor Quarry";
+
+/// Reads values of the local machine's registry below SOFTWARE\`root`. With `policyFirst` each read is tried below
+/// SOFTWARE\Policies\`root` before, so that a group policy overrides the ordinary value.
+class Registry {
+ public:
+  Registry(std::wstring root, bool policyFirst);
+  virtual ~Registry() = default;
+
+  /// Reads a REG_DWORD. Returns a Windows error code: 0 when `out` was set, 2 when the value is missing under every
+  /// key (which is silent), 13 when it is of another type. Other errors are logged and returned.
+  LSTATUS ReadDword(const std::wstring& subkey, const std::wstring& valueName, std::uint32_t& out) const;
+
+  /// The same for a REG_SZ, cut at its first NUL whether or not it has one.
+  LSTATUS ReadString(const std::wstring& subkey, const std::wstring& valueName, std::wstring& out) const;
+
+  /// Tells whether the key exists under one of the paths. With `checkAcl` every one that exists must also pass
+  /// CheckKeyAdminOnly, since each can supply values.
+  bool IsKeyAdminOnly(const std::wstring& subkey, bool checkAcl) const;
+
+  /// Tells whether only administrators can set values of the key, which must be open with READ_CONTROL. `keyName`
+  /// stands in the messages.
+  static bool CheckKeyAdminOnly(HKEY key, const std::wstring& keyName);
+
+ private:
+  template <typename Read>
+  LSTATUS ReadPolicyFirst(const std::wstring& subkey, Read read) const;
+
+  std::wstring root_;
+  bool policyFirst_;
+  ObjectCount count_{"Registry"};
+};
+
+/// Tells whether the DACL grants KEY_SET_VALUE to nobody but `administrators`, by its entries in order. An absent DACL
+/// grants everything to everyone and so does not pass.
+bool IsDaclAdminOnly(PACL dacl, PSID administrators, const std::wstring& keyName);
+
+}  // namespace quarry
