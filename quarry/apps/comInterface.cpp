@@ -1,0 +1,58 @@
+#include "quarry/apps/comInterface.h"
+
+#include "quarry/diagnostics/log.h"
+
+#include "lib/misc/noDestructor.h"
+
+#include <memory>
+
+namespace quarry {
+
+namespace {
+
+int g_users = 0;
+
+std::unique_ptr<ComInterface>& SharedInterface() {
+  static NoDestructor<std::unique_ptr<ComInterface>> shared;
+  return shared.get();
+}
+
+}  // namespace
+
+ComInterface::ComInterface() {
+  // A thread that the host made multi-threaded stays so (RPC_E_CHANGED_MODE); the object works there all the same.
+  if (SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE))) {
+    initializedThread_ = GetCurrentThreadId();
+  }
+  if (SUCCEEDED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&shellLink_)))) {
+    shellLink_.As(&persistFile_);
+  }
+}
+
+ComInterface::~ComInterface() {
+  persistFile_.Reset();
+  shellLink_.Reset();
+  // Uninitialising counts by thread: on another one it would take away what is not ours.
+  if (initializedThread_ == GetCurrentThreadId()) CoUninitialize();
+}
+
+ComInterface* AcquireComInterface() {
+  ++g_users;
+  CountCreated("ComInterfaceReference");
+  if (g_users == 1) {
+    SharedInterface() = std::make_unique<ComInterface>();
+    if (!SharedInterface()->IsValid()) {
+      Log(LogLevel::Error, L"Failed to create ComInterface!");
+      SharedInterface().reset();
+    }
+  }
+  return SharedInterface().get();
+}
+
+void ReleaseComInterface() {
+  --g_users;
+  CountDeleted("ComInterfaceReference");
+  if (g_users == 0) SharedInterface().reset();
+}
+
+}  // namespace quarry

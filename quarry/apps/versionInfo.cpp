@@ -1,0 +1,112 @@
+#include "quarry/apps/versionInfo.h"
+
+#include "quarry/diagnostics/log.h"
+
+#include "lib/string/str.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstring>
+#include <cwchar>
+
+namespace quarry {
+
+namespace {
+
+// Every node of a version resource gives its length in 16 bits and the nodes nest four deep (Microsoft Learn,
+// VS_VERSIONINFO), so no node begins behind this many bytes whatever the lengths say. A name without an end and the
+// header of the node behind it are read a little further, into the zeros.
+constexpr std::size_t kLongestResource = std::size_t{4} * 65536;
+constexpr std::size_t kReach = kLongestResource + std::size_t{2} * 65536;
+
+/// Microsoft Learn, VerQueryValueW, "\VarFileInfo\Translation".
+struct Translation {
+  WORD language;
+  WORD codePage;
+};
+
+std::wstring LanguageCodePage(const void* table, std::size_t size) {
+  constexpr wchar_t kUsEnglishLatin1[] = L"040904e4";
+  if (table == nullptr || size < sizeof(Translation)) return kUsEnglishLatin1;
+  Translation first{};
+  std::memcpy(&first, table, sizeof(first));
+  return Str_FormatWide(L"%04x%04x", first.language, first.codePage);
+}
+
+}  // namespace
+
+VersionBlock::VersionBlock(std::vector<std::uint8_t> resource)
+    : size_(std::min(resource.size(), kLongestResource)), bytes_(std::move(resource)) {
+  bytes_.resize(size_);
+  bytes_.resize(kReach);
+}
+
+const void* VersionBlock::Find(const std::wstring& subBlock, std::uint32_t& length) const {
+  void* entry = nullptr;
+  UINT entryLength = 0;
+  length = 0;
+  if (VerQueryValueW(bytes_.data(), subBlock.c_str(), &entry, &entryLength) == FALSE) return nullptr;
+  if (BytesFrom(entry) == 0) return nullptr;
+  length = entryLength;
+  return entry;
+}
+
+std::size_t VersionBlock::BytesFrom(const void* entry) const {
+  const auto start = reinterpret_cast<std::uintptr_t>(bytes_.data());
+  const auto position = reinterpret_cast<std::uintptr_t>(entry);
+  return position >= start && position < start + size_ ? start + size_ - position : 0;
+}
+
+std::wstring QueryVersionString(const VersionBlock& block, const std::wstring& languageCodePage,
+                                const std::wstring& key) {
+  std::uint32_t length = 0;
+  const void* const text = block.Find(L"\\StringFileInfo\\" + languageCodePage + L"\\" + key, length);
+  if (text == nullptr) return {};
+  const std::size_t limit = std::min<std::size_t>(length, block.BytesFrom(text) / sizeof(wchar_t));
+  std::wstring value(limit, L'\0');
+  std::memcpy(value.data(), text, limit * sizeof(wchar_t));
+  value.resize(wcsnlen(value.c_str(), limit));
+  return value;
+}
+
+VersionStrings ReadVersionInfo(const std::wstring& path) {
+  DWORD ignored = 0;
+  const DWORD size = GetFileVersionInfoSizeW(path.c_str(), &ignored);
+  if (size == 0) {
+    const DWORD error = GetLastError();
+    if (error == ERROR_RESOURCE_TYPE_NOT_FOUND) {
+      Log(LogLevel::Warning, L"No VersionInfo in %s\n", path.c_str());
+    } else {
+      Log(LogLevel::Warning, L"Failed to load VersionInfo from %s, error %ld\n", path.c_str(), error);
+    }
+    return {};
+  }
+  // A buffer that is smaller than the resource receives its beginning (Microsoft Learn, GetFileVersionInfoW).
+  std::vector<std::uint8_t> resource(std::min<std::size_t>(size, kLongestResource));
+  if (GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(resource.size()), resource.data()) == FALSE) {
+    Log(LogLevel::Warning, L"Failed to load VersionInfo from %s, error %ld\n", path.c_str(), GetLastError());
+    return {};
+  }
+
+  const VersionBlock block(std::move(resource));
+  std::uint32_t tableSize = 0;
+  const void* const table = block.Find(L"\\VarFileInfo\\Translation", tableSize);
+  if (table == nullptr) {
+    Log(LogLevel::Warning, L"Failed to get VarFileInfo\\Translation from %s, error %ld\n", path.c_str(),
+        GetLastError());
+  }
+  const std::size_t readable = std::min<std::size_t>(tableSize, block.BytesFrom(table));
+  const std::wstring languageCodePage = LanguageCodePage(table, readable);
+
+  VersionStrings strings;
+  strings.productName = QueryVersionString(block, languageCodePage, L"ProductName");
+  strings.productVersion = QueryVersionString(block, languageCodePage, L"ProductVersion");
+  strings.comments = QueryVersionString(block, languageCodePage, L"Comments");
+  strings.companyName = QueryVersionString(block, languageCodePage, L"CompanyName");
+  strings.fileDescription = QueryVersionString(block, languageCodePage, L"FileDescription");
+  strings.fileVersion = QueryVersionString(block, languageCodePage, L"FileVersion");
+  return strings;
+}
+
+}  // namespace quarry

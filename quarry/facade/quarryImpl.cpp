@@ -1,0 +1,75 @@
+#include "quarry/facade/quarryImpl.h"
+
+#include "quarry/apps/abstractApp.h"
+#include "quarry/facade/hiddenWindow.h"
+#include "quarry/icons/hash.h"
+#include "quarry/paths/expandPath.h"
+
+#include <new>
+
+namespace quarry {
+
+namespace {
+
+/// Stores the callback ahead of the members that already report through it.
+std::unique_ptr<Config> MakeConfig(LogCallback log) {
+  SetLogCallback(log);
+  return std::make_unique<Config>();
+}
+
+}  // namespace
+
+std::unique_ptr<Quarry> CreateQuarry(LogCallback log, bool buildFileTypeDatabase) {
+  return std::make_unique<QuarryImpl>(log, buildFileTypeDatabase);
+}
+
+QuarryImpl::QuarryImpl(LogCallback log, bool buildFileTypeDatabase)
+    : fileTypesEnabled_(buildFileTypeDatabase),
+      config_(MakeConfig(log)),
+      hiddenWindow_(CreateHiddenWindow()),
+      settingsKey_(std::make_unique<Registry>(kSettingsRoot, true)) {}
+
+QuarryImpl::~QuarryImpl() { Hash::ReleaseProvider(); }
+
+bool QuarryImpl::ScanDefault(ApplicationList& results) { return Scanner().ScanDefault(results); }
+
+bool QuarryImpl::ScanWithFilter(const ScanFilter& filter, ApplicationList& results) {
+  return Scanner().ScanWithFilter(filter, results);
+}
+
+void QuarryImpl::ScanPath(const std::wstring& path, ApplicationList& results) { Scanner().ScanPath(path, results); }
+
+ApplicationPtr QuarryImpl::GetApplication(const std::wstring& path) {
+  return AbstractApp::NewAppFromPath(nullptr, path);
+}
+
+IconPtr QuarryImpl::GetIcon(const std::wstring& /*name*/) { return nullptr; }
+
+std::vector<std::uint8_t> QuarryImpl::GetIconData(const std::wstring& name) {
+  const IconPtr icon = GetIcon(name);
+  if (icon == nullptr) Log(LogLevel::Error, L"Unknown icon %s\n", name.c_str());
+  return {};
+}
+
+RegisteredExtensionsPtr QuarryImpl::GetApplicationRegisteredExtensions(const wchar_t* /*path*/) {
+  if (!fileTypesEnabled_) throw std::bad_alloc();
+  return nullptr;
+}
+
+bool QuarryImpl::VerifyApplication(const std::wstring& path) {
+  const std::wstring expanded = ExpandPath(path);
+  const DWORD attributes = GetFileAttributesW(expanded.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return false;
+  return AbstractApp::NewAppFromPath(nullptr, expanded) != nullptr;
+}
+
+WindowList QuarryImpl::GetOpenWindows() { return {}; }
+
+std::uint32_t QuarryImpl::LaunchApplication(const std::wstring& /*path*/, std::uint32_t /*flags*/,
+                                            const std::wstring& /*arguments*/, const std::wstring& /*workingDirectory*/,
+                                            std::int32_t /*parameterCount*/,
+                                            const QuarryLaunchParameter* /*parameters*/) {
+  return QUARRY_LAUNCH_REFUSED;
+}
+
+}  // namespace quarry

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "quarry/apps/comInterface.h"
+#include "quarry/config/config.h"
+#include "quarry/diagnostics/objectCounters.h"
+#include "quarry/facade/quarry.h"
+
+#include "lib/misc/platformHandles.h"
+
+namespace quarry {
+
+/// The one object behind the exports: owns all that lives as long as the library is in use.
+class QuarryImpl : public Quarry {
+ public:
+  QuarryImpl(LogCallback log, bool buildFileTypeDatabase);
+  ~QuarryImpl() override;
+  QuarryImpl(const QuarryImpl&) = delete;
+  QuarryImpl& operator=(const QuarryImpl&) = delete;
+
+  bool ScanDefault(ApplicationList& results) override;
+  bool ScanWithFilter(const ScanFilter& filter, ApplicationList& results) override;
+  void ScanPath(const std::wstring& path, ApplicationList& results) override;
+  ApplicationPtr GetApplication(const std::wstring& path) override;
+  IconPtr GetIcon(const std::wstring& name) override;
+  std::vector<std::uint8_t> GetIconData(const std::wstring& name) override;
+  RegisteredExtensionsPtr GetApplicationRegisteredExtensions(const wchar_t* path) override;
+  bool VerifyApplication(const std::wstring& path) override;
+  WindowList GetOpenWindows() override;
+  std::uint32_t LaunchApplication(const std::wstring& path, std::uint32_t flags, const std::wstring& arguments,
+                                  const std::wstring& workingDirectory, std::int32_t parameterCount,
+                                  const QuarryLaunchParameter* parameters) override;
+
+ private:
+  DirectoryScanner Scanner() const { return {*config_, nullptr}; }
+
+  bool fileTypesEnabled_;
+  ObjectCount count_{"QuarryImpl"};
+  std::unique_ptr<Config> config_;
+  ComReference comInterface_;
+  UniqueWindow hiddenWindow_;
+  std::unique_ptr<Registry> settingsKey_;
+};
+
+}  // namespace quarry
