@@ -30,8 +30,7 @@ void Progress::Observe(std::wstring_view message) {
 }
 
 void Progress::Draw() {
-  const std::string line =
-      "Scanning: " + std::to_string(folders_) + " folders, " + std::to_string(applications_) + " applications";
+  const std::string line = "Folders: " + std::to_string(folders_) + ", applications: " + std::to_string(applications_);
   err_.Write('\r' + line);
   drawnWidth_ = std::max(drawnWidth_, line.size());
   nextDrawAt_ = GetTickCount64() + kIntervalMs;

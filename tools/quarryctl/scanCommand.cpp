@@ -47,7 +47,7 @@ std::string FormatResult(std::span<const QuarryApplicationInfo> applications, bo
 void PointToWarnings(const LogView& log, Output& err) {
   if (log.HiddenWarnings() == 0) return;
   err.Write("quarryctl: warnings not shown: " + std::to_string(log.HiddenWarnings()) +
-            " (-v shows them: they say what was left out, and why)\n");
+            " (-v shows what was left out or is incomplete, and why)\n");
 }
 
 ExitStatus RunScan(const ScanOptions& options, const CommandContext& context) {
