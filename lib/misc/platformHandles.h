@@ -101,6 +101,13 @@ struct CoTaskMemDeleter {
 template <typename T>
 using UniqueCoTaskMem = std::unique_ptr<T, CoTaskMemDeleter>;
 
+struct VirtualFreeDeleter {
+  void operator()(void* block) const noexcept { VirtualFree(block, 0, MEM_RELEASE); }
+};
+/// Pages of VirtualAlloc.
+template <typename T>
+using UniqueVirtual = std::unique_ptr<T, VirtualFreeDeleter>;
+
 struct FreeDeleter {
   void operator()(void* block) const noexcept { std::free(block); }
 };

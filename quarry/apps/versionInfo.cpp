@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cstring>
 #include <cwchar>
+#include <new>
+#include <vector>
 
 namespace quarry {
 
@@ -36,24 +38,26 @@ std::wstring LanguageCodePage(const void* table, std::size_t size) {
 
 }  // namespace
 
-VersionBlock::VersionBlock(std::vector<std::uint8_t> resource)
-    : size_(std::min(resource.size(), kLongestResource)), bytes_(std::move(resource)) {
-  bytes_.resize(size_);
-  bytes_.resize(kReach);
+// Fresh pages are zero and cost nothing until they are touched, which the zeros mostly never are.
+VersionBlock::VersionBlock(std::span<const std::uint8_t> resource)
+    : size_(std::min(resource.size(), kLongestResource)),
+      bytes_(static_cast<std::uint8_t*>(VirtualAlloc(nullptr, kReach, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE))) {
+  if (bytes_ == nullptr) throw std::bad_alloc();
+  std::copy_n(resource.begin(), size_, bytes_.get());
 }
 
 const void* VersionBlock::Find(const std::wstring& subBlock, std::uint32_t& length) const {
   void* entry = nullptr;
   UINT entryLength = 0;
   length = 0;
-  if (VerQueryValueW(bytes_.data(), subBlock.c_str(), &entry, &entryLength) == FALSE) return nullptr;
+  if (VerQueryValueW(bytes_.get(), subBlock.c_str(), &entry, &entryLength) == FALSE) return nullptr;
   if (BytesFrom(entry) == 0) return nullptr;
   length = entryLength;
   return entry;
 }
 
 std::size_t VersionBlock::BytesFrom(const void* entry) const {
-  const auto start = reinterpret_cast<std::uintptr_t>(bytes_.data());
+  const auto start = reinterpret_cast<std::uintptr_t>(bytes_.get());
   const auto position = reinterpret_cast<std::uintptr_t>(entry);
   return position >= start && position < start + size_ ? start + size_ - position : 0;
 }
@@ -89,7 +93,7 @@ VersionStrings ReadVersionInfo(const std::wstring& path) {
     return {};
   }
 
-  const VersionBlock block(std::move(resource));
+  const VersionBlock block(resource);
   std::uint32_t tableSize = 0;
   const void* const table = block.Find(L"\\VarFileInfo\\Translation", tableSize);
   if (table == nullptr) {

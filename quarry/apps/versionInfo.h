@@ -1,8 +1,10 @@
 #pragma once
 
+#include "lib/misc/platformHandles.h"
+
 #include <cstdint>
+#include <span>
 #include <string>
-#include <vector>
 
 namespace quarry {
 
@@ -24,8 +26,8 @@ VersionStrings ReadVersionInfo(const std::wstring& path);
 /// lead those functions, so that a resource whose lengths lie is never read beyond what this block owns.
 class VersionBlock {
  public:
-  /// Takes the resource's bytes; what lies beyond the reach of its 16-bit lengths is dropped.
-  explicit VersionBlock(std::vector<std::uint8_t> resource);
+  /// Copies the resource; what lies beyond the reach of its 16-bit lengths is dropped.
+  explicit VersionBlock(std::span<const std::uint8_t> resource);
 
   /// One entry of VerQueryValueW: null where the block has none or where it does not lie within the resource.
   /// `length` is what the platform says, in the entry's own unit.
@@ -36,7 +38,7 @@ class VersionBlock {
 
  private:
   std::size_t size_;
-  std::vector<std::uint8_t> bytes_;
+  UniqueVirtual<std::uint8_t> bytes_;
 };
 
 /// The text of one string of the table `languageCodePage` (such as "040904e4"), empty when it is missing.
