@@ -11,5 +11,10 @@
 std::wstring Str_FormatWide(const wchar_t* format, ...);
 std::wstring Str_VFormatWide(const wchar_t* format, va_list arguments);
 
+/// The same with the narrow formatter: `%s` names a narrow string, `%S` and `%ls` a wide one.
+/// Source: Microsoft Learn, "Format specification syntax: printf and wprintf functions" (_vscprintf, _vsnprintf).
+std::string Str_Format(const char* format, ...);
+std::string Str_VFormat(const char* format, va_list arguments);
+
 /// Cuts `text` at each `separator` and keeps the non-empty pieces in order, untrimmed.
 std::vector<std::wstring> Str_Split(std::wstring_view text, wchar_t separator);
