@@ -6,6 +6,9 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=$root/build
 logs=$build/logs
+# What takes long to make and does not depend on the clone.
+# shellcheck disable=SC2034  # for those who source this
+cache=${XDG_CACHE_HOME:-$HOME/.cache}/quarry
 # Programs under Wine print UTF-8 only in such a locale, and messages of tools stay comparable.
 export LC_ALL=C.UTF-8
 mkdir -p "$logs"

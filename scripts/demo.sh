@@ -9,6 +9,7 @@ if [[ -z ${QUARRY_DEMO_DISPLAY:-} ]]; then
   "$root/scripts/setup.sh"
   Step configure Configure
   Step build Build quarry quarryctl linkMaker
+  Step wine-prefix "$root/scripts/wine.sh" --prefix demo --make
   trap '"$root/scripts/wine.sh" --prefix demo --stop' EXIT
   QUARRY_DEMO_DISPLAY=1 xvfb-run -a "${BASH_SOURCE[0]}" "$@"
   exit

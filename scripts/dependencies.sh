@@ -1,9 +1,8 @@
 # shellcheck shell=bash
 # The libraries that are built from Debian's source packages. Sourced by setup.sh after common.sh.
 
-: "${root:?}" "${build:?}"
+: "${root:?}" "${build:?}" "${cache:?}"
 
-cache=${XDG_CACHE_HOME:-$HOME/.cache}/quarry
 deps=$build/deps
 toolchain=$root/cmake/toolchain-mingw64.cmake
 

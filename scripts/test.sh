@@ -8,7 +8,7 @@ Step configure Configure
 Step build Build
 Step format "$root/scripts/format.sh" --check
 Step lint "$root/scripts/lint.sh"
-Step tests-prefix "$root/scripts/wine.sh" --prefix tests wineboot
+Step wine-prefix "$root/scripts/wine.sh" --prefix tests --make
 
 # CTest's own report is this script's last output. One Xvfb for the whole run, because all tests share one desktop.
 trap '"$root/scripts/wine.sh" --prefix tests --stop' EXIT

@@ -2,6 +2,7 @@
 # Runs a Windows program in a Wine prefix of the build tree, never in the user's own:
 #
 #   wine.sh [--prefix NAME] PROGRAM [ARGUMENT...]   build/wine/NAME, "default" without the option; made when missing
+#   wine.sh [--prefix NAME] --make                  only makes the prefix
 #   wine.sh [--prefix NAME] --stop                  ends what still runs in the prefix
 #
 # Programs see the prefix's folder in QUARRY_WINEPREFIX.
@@ -13,7 +14,7 @@ if [[ ${1:-} == --prefix ]]; then
   name=${2:?--prefix needs a name}
   shift 2
 fi
-(($# > 0)) || Die "usage: wine.sh [--prefix NAME] (--stop | PROGRAM [ARGUMENT...])"
+(($# > 0)) || Die "usage: wine.sh [--prefix NAME] (--make | --stop | PROGRAM [ARGUMENT...])"
 
 prefixes=$build/wine
 export WINEPREFIX=$prefixes/$name
@@ -68,4 +69,5 @@ if [[ -z ${DISPLAY:-} ]]; then
 fi
 
 ProvidePrefix
+[[ $1 != --make ]] || exit 0
 exec wine "$@"
