@@ -1,0 +1,132 @@
+#pragma once
+
+#include <quarry/quarry.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <ostream>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace quarry::test {
+
+/// The build's bin folder, found by this test's own place in bin/tests.
+std::filesystem::path BinFolder();
+/// Full path of the program `name`.exe of bin/fixtures.
+std::filesystem::path FixtureProgram(std::wstring_view name);
+
+/// One message as the host's callback received it.
+struct LogLine {
+  std::uint32_t level = 0;
+  std::wstring text;
+  bool operator==(const LogLine&) const = default;
+};
+void PrintTo(const LogLine& line, std::ostream* out);
+
+/// Every message since the process started or since Clear, in order. One for the process, as the callback is.
+class HostLog {
+ public:
+  static const std::vector<LogLine>& Lines();
+  static void Clear();
+  /// How many lines are exactly this one.
+  static std::size_t Count(std::uint32_t level, std::wstring_view text);
+  /// The lines that hold `part`.
+  static std::vector<LogLine> Holding(std::wstring_view part);
+  /// The callback, for tests that call Quarry_Init themselves.
+  static void Record(std::uint32_t level, const wchar_t* message);
+};
+
+/// quarry.dll, loaded once for the process as a host does and never unloaded. At the end of the test run it is exited
+/// and the run fails when its object counters tell of leaks.
+class Library {
+ public:
+  static Library& Instance();
+
+  void* Module() const { return module_; }
+  /// An export by its name; null when there is none.
+  template <typename Function>
+  Function* Export(const char* name) const {
+    return reinterpret_cast<Function*>(Address(name));
+  }
+  void Init(QuarryLogFn log, std::uint32_t buildFileTypeDatabase, QuarryFunctions* table) const;
+  /// Filled by name, so that it is there before Quarry_Init and after Quarry_Exit.
+  const QuarryFunctions& Functions() const { return functions_; }
+  /// What Quarry_ReportDebugInfo writes to the process's standard output.
+  std::string DebugReport() const;
+
+ private:
+  Library();
+  void (*Address(const char* name) const)();
+
+  void* module_ = nullptr;
+  std::filesystem::path reportPath_;
+  QuarryFunctions functions_{};
+};
+
+struct FreeRecord {
+  void operator()(QuarryApplicationInfo* app) const { Library::Instance().Functions().FreeApplication(app); }
+  void operator()(QuarryIconInfo* icon) const { Library::Instance().Functions().FreeIcon(icon); }
+  void operator()(QuarryExtensionList* list) const { Library::Instance().Functions().FreeRegisteredExtensions(list); }
+};
+using ApplicationRecord = std::unique_ptr<QuarryApplicationInfo, FreeRecord>;
+using IconRecord = std::unique_ptr<QuarryIconInfo, FreeRecord>;
+using ExtensionRecord = std::unique_ptr<QuarryExtensionList, FreeRecord>;
+
+/// An array of records together with the count under which it is given back.
+template <typename Record, auto Free>
+class RecordArray {
+ public:
+  RecordArray() = default;
+  RecordArray(RecordArray&& other) noexcept
+      : records_(std::exchange(other.records_, nullptr)), count_(std::exchange(other.count_, 0)) {}
+  RecordArray& operator=(RecordArray&& other) noexcept {
+    std::swap(records_, other.records_);
+    std::swap(count_, other.count_);
+    return *this;
+  }
+  ~RecordArray() { (Library::Instance().Functions().*Free)(records_, count_); }
+
+  Record** put() { return &records_; }
+  std::uint64_t* putCount() { return &count_; }
+  std::span<const Record> get() const { return {records_, records_ == nullptr ? 0 : count_}; }
+  std::size_t size() const { return get().size(); }
+  const Record& operator[](std::size_t index) const { return get()[index]; }
+  auto begin() const { return get().begin(); }
+  auto end() const { return get().end(); }
+
+ private:
+  Record* records_ = nullptr;
+  std::uint64_t count_ = 0;
+};
+using ApplicationArray = RecordArray<QuarryApplicationInfo, &QuarryFunctions::FreeApplications>;
+using WindowArray = RecordArray<QuarryWindowInfo, &QuarryFunctions::FreeWindows>;
+
+/// The library in use: initialised with the recording callback and a cleared log, exited at the end.
+class QuarryHost {
+ public:
+  explicit QuarryHost(bool buildFileTypeDatabase = false);
+  ~QuarryHost();
+  QuarryHost(const QuarryHost&) = delete;
+  QuarryHost& operator=(const QuarryHost&) = delete;
+
+  /// The table that Quarry_Init filled.
+  const QuarryFunctions* operator->() const { return &functions_; }
+
+  ApplicationRecord GetApplication(const std::wstring& path) const;
+  IconRecord GetApplicationIcon(const QuarryApplicationInfo& app, std::uint64_t index) const;
+  ExtensionRecord GetRegisteredExtensions(const std::wstring& path) const;
+  /// Scans with the configured filters.
+  ApplicationArray Scan() const;
+  ApplicationArray ScanIni(const std::wstring& iniPath) const;
+  WindowArray GetOpenWindows() const;
+
+ private:
+  QuarryFunctions functions_{};
+};
+
+}  // namespace quarry::test

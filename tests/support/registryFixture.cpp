@@ -1,0 +1,107 @@
+#include "tests/support/registryFixture.h"
+
+#include "lib/misc/platformHandles.h"
+
+#include <sddl.h>
+
+#include <system_error>
+#include <utility>
+
+namespace quarry::test {
+namespace {
+
+void Check(LSTATUS status, const char* what) {
+  if (status != ERROR_SUCCESS) throw std::system_error(status, std::system_category(), what);
+}
+
+bool Exists(HKEY root, const std::wstring& path, REGSAM view) {
+  UniqueRegistryKey key;
+  return RegOpenKeyExW(root, path.c_str(), 0, KEY_QUERY_VALUE | view, key.put()) == ERROR_SUCCESS;
+}
+
+std::wstring TopmostMissing(HKEY root, const std::wstring& path, REGSAM view) {
+  for (std::size_t end = path.find(L'\\'); end != std::wstring::npos; end = path.find(L'\\', end + 1)) {
+    if (!Exists(root, path.substr(0, end), view)) return path.substr(0, end);
+  }
+  return path;
+}
+
+UniqueRegistryKey MakeKey(HKEY root, const std::wstring& path, REGSAM access) {
+  UniqueRegistryKey key;
+  Check(RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, access, nullptr, key.put(), nullptr), "RegCreateKeyExW");
+  return key;
+}
+
+/// RegDeleteTreeW deletes what lies below a handle, in the view that the handle was opened in.
+void RemoveTree(HKEY root, const std::wstring& path, REGSAM view) {
+  UniqueRegistryKey key;
+  if (RegOpenKeyExW(root, path.c_str(), 0, KEY_ALL_ACCESS | view, key.put()) != ERROR_SUCCESS) return;
+  RegDeleteTreeW(key.get(), nullptr);
+  key.reset();
+  RegDeleteKeyExW(root, path.c_str(), view, 0);
+}
+
+}  // namespace
+
+RegistryFixture::RegistryFixture(std::wstring path, HKEY root, REGSAM view)
+    : root_(root), view_(view), path_(std::move(path)) {
+  RemoveTree(root_, path_, view_);
+  topmostMade_ = TopmostMissing(root_, path_, view_);
+  MakeKey(root_, path_, KEY_WRITE | view_);
+}
+
+RegistryFixture::~RegistryFixture() { RemoveTree(root_, topmostMade_, view_); }
+
+std::wstring RegistryFixture::PathOf(std::wstring_view subkey) const {
+  return subkey.empty() ? path_ : path_ + L'\\' + std::wstring(subkey);
+}
+
+void RegistryFixture::SetRaw(std::wstring_view subkey, const std::wstring& name, DWORD type,
+                             std::span<const std::uint8_t> bytes) const {
+  const UniqueRegistryKey key = MakeKey(root_, PathOf(subkey), KEY_WRITE | view_);
+  Check(RegSetValueExW(key.get(), name.c_str(), 0, type, bytes.data(), static_cast<DWORD>(bytes.size())),
+        "RegSetValueExW");
+}
+
+void RegistryFixture::SetString(std::wstring_view subkey, const std::wstring& name, const std::wstring& text) const {
+  const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.c_str());
+  SetRaw(subkey, name, REG_SZ, {bytes, (text.size() + 1) * sizeof(wchar_t)});
+}
+
+void RegistryFixture::SetDword(std::wstring_view subkey, const std::wstring& name, std::uint32_t number) const {
+  SetRaw(subkey, name, REG_DWORD, {reinterpret_cast<const std::uint8_t*>(&number), sizeof(number)});
+}
+
+void RegistryFixture::MakeSubkey(std::wstring_view subkey) const { MakeKey(root_, PathOf(subkey), KEY_WRITE | view_); }
+
+void RegistryFixture::RemoveValue(std::wstring_view subkey, const std::wstring& name) const {
+  const UniqueRegistryKey key = MakeKey(root_, PathOf(subkey), KEY_WRITE | view_);
+  Check(RegDeleteValueW(key.get(), name.c_str()), "RegDeleteValueW");
+}
+
+void RegistryFixture::RemoveSubkey(const std::wstring& subkey) const { RemoveTree(root_, PathOf(subkey), view_); }
+
+void RegistryFixture::SetDacl(std::wstring_view subkey, PACL dacl) const {
+  SECURITY_DESCRIPTOR descriptor{};
+  if (!InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION) ||
+      !SetSecurityDescriptorDacl(&descriptor, TRUE, dacl, FALSE)) {
+    Check(static_cast<LSTATUS>(GetLastError()), "SetSecurityDescriptorDacl");
+  }
+  const UniqueRegistryKey key = MakeKey(root_, PathOf(subkey), WRITE_DAC | view_);
+  Check(RegSetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, &descriptor), "RegSetKeySecurity");
+}
+
+void RegistryFixture::SetDacl(std::wstring_view subkey, const std::wstring& sddl) const {
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(sddl.c_str(), SDDL_REVISION_1, &descriptor, nullptr)) {
+    Check(static_cast<LSTATUS>(GetLastError()), "ConvertStringSecurityDescriptorToSecurityDescriptorW");
+  }
+  const UniqueLocal<void> owner(descriptor);
+  BOOL present = FALSE;
+  BOOL defaulted = FALSE;
+  PACL dacl = nullptr;
+  GetSecurityDescriptorDacl(descriptor, &present, &dacl, &defaulted);
+  SetDacl(subkey, dacl);
+}
+
+}  // namespace quarry::test

@@ -1,0 +1,93 @@
+#include "tests/support/temporaryFolder.h"
+
+#include "lib/misc/platformHandles.h"
+
+#include <windows.h>
+
+#include <fileapi.h>
+
+#include <stdexcept>
+#include <system_error>
+
+namespace quarry::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+[[noreturn]] void Fail(const char* what, const std::wstring& path) {
+  throw fs::filesystem_error(what, path, std::error_code(static_cast<int>(GetLastError()), std::system_category()));
+}
+
+bool Exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
+
+void MakeFolders(const std::wstring& longPath) {
+  if (Exists(longPath)) return;
+  MakeFolders(longPath.substr(0, longPath.rfind(L'\\')));
+  if (!CreateDirectoryW(longPath.c_str(), nullptr)) Fail("CreateDirectoryW", longPath);
+}
+
+/// By hand, because the runtime's own removal knows neither long paths nor reparse points that are not to be followed.
+void RemoveTree(const std::wstring& longPath) {
+  WIN32_FIND_DATAW entry{};
+  UniqueFind find(FindFirstFileW((longPath + L"\\*").c_str(), &entry));
+  if (!find) return;
+  do {
+    const std::wstring name = entry.cFileName;
+    if (name == L"." || name == L"..") continue;
+    const std::wstring path = longPath + L'\\' + name;
+    SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+    const bool isFolder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    const bool isLink = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    if (isFolder && !isLink) RemoveTree(path);
+    if (!(isFolder ? RemoveDirectoryW(path.c_str()) : DeleteFileW(path.c_str())) && isLink) DeleteFileW(path.c_str());
+  } while (FindNextFileW(find.get(), &entry));
+  find.reset();
+  RemoveDirectoryW(longPath.c_str());
+}
+
+std::wstring FolderOf(const std::wstring& path) { return path.substr(0, path.rfind(L'\\')); }
+
+}  // namespace
+
+std::wstring LongPath(const std::wstring& path) { return L"\\\\?\\" + path; }
+
+TemporaryFolder::TemporaryFolder(std::wstring_view name)
+    : path_((fs::temp_directory_path() / (std::wstring(name) + L'.' + std::to_wstring(GetCurrentProcessId())))
+                .wstring()) {
+  RemoveTree(LongPath(path_));
+  MakeFolders(LongPath(path_));
+}
+
+TemporaryFolder::~TemporaryFolder() { RemoveTree(LongPath(path_)); }
+
+std::wstring TemporaryFolder::MakeFolder(std::wstring_view relative) const {
+  const std::wstring path = *this / relative;
+  MakeFolders(LongPath(path));
+  return path;
+}
+
+std::wstring TemporaryFolder::WriteBytes(std::wstring_view relative, std::span<const std::uint8_t> bytes) const {
+  const std::wstring path = *this / relative;
+  MakeFolders(LongPath(FolderOf(path)));
+  const UniqueFile file(
+      CreateFileW(LongPath(path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  DWORD written = 0;
+  if (!file || !WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr)) {
+    Fail("WriteFile", path);
+  }
+  return path;
+}
+
+std::wstring TemporaryFolder::WriteText(std::wstring_view relative, std::wstring_view text) const {
+  const std::wstring marked = L'\xFEFF' + std::wstring(text);
+  return WriteBytes(relative, {reinterpret_cast<const std::uint8_t*>(marked.data()), marked.size() * sizeof(wchar_t)});
+}
+
+std::wstring TemporaryFolder::CopyFrom(std::wstring_view relative, const fs::path& source) const {
+  const std::wstring path = *this / relative;
+  MakeFolders(LongPath(FolderOf(path)));
+  if (!CopyFileW(source.c_str(), LongPath(path).c_str(), FALSE)) Fail("CopyFileW", path);
+  return path;
+}
+
+}  // namespace quarry::test

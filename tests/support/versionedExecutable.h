@@ -1,0 +1,38 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace quarry::test {
+
+/// A version resource, to be written as it stands, whether it makes sense or not.
+struct VersionResource {
+  struct Translation {
+    std::uint16_t language;
+    std::uint16_t codePage;
+  };
+  struct StringTable {
+    std::wstring key;  ///< "040904e4"
+    std::vector<std::pair<std::wstring, std::wstring>> strings;
+  };
+  bool hasTranslations = true;  ///< false leaves the translation table out, not only empty
+  std::vector<Translation> translations;
+  std::vector<StringTable> tables;
+};
+
+/// The bytes of the resource (Microsoft Learn, VS_VERSIONINFO).
+std::vector<std::uint8_t> VersionResourceBytes(const VersionResource& version);
+
+/// Copies the fixture program without resources to `path`. These return false when the platform refuses.
+bool WriteExecutable(const std::wstring& path);
+/// The same with a version resource of these bytes.
+bool WriteVersionedExecutable(const std::wstring& path, std::span<const std::uint8_t> versionResource);
+/// Puts one resource into an executable, in the neutral language. `type` and `name` as for UpdateResourceW.
+bool PutResource(const std::wstring& path, LPCWSTR type, LPCWSTR name, std::span<const std::uint8_t> bytes);
+
+}  // namespace quarry::test
