@@ -1,38 +1,25 @@
 // The tool as an administrator uses it: a process of its own, on real folders with real shortcuts.
 
+#include "lib/unicode/unicode.h"
+
 #include "tests/support/processOutput.h"
+#include "tests/support/quarryHost.h"
 #include "tests/support/shortcut.h"
+#include "tests/support/temporaryFolder.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <windows.h>
-
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <sstream>
 
 namespace quarry::test {
 namespace {
 
-namespace fs = std::filesystem;
 using Json = nlohmann::ordered_json;
 
-const std::wstring kFolderName = L"quarryctl Bücher 漢字";
-const std::string kLinkName = "Füße 漢字 😀";  // UTF-8, as the tool writes it
+const std::wstring kLinkName = L"Füße 漢字 😀";
 const std::wstring kNotepad = L"C:\\windows\\system32\\notepad.exe";
-
-fs::path BinFolder() {
-  wchar_t path[MAX_PATH] = {};
-  GetModuleFileNameW(nullptr, path, MAX_PATH);
-  return fs::path(path).parent_path().parent_path();
-}
-
-std::string Utf8(const fs::path& path) {
-  const std::u8string text = path.u8string();
-  return {text.begin(), text.end()};
-}
 
 std::vector<std::string> Lines(const std::string& text) {
   std::istringstream stream(text);
@@ -52,41 +39,31 @@ bool HasLineWith(const std::string& text, const std::string& begin, const std::s
 class QuarryCtl : public testing::Test {
  protected:
   void SetUp() override {
-    fs::remove_all(folder_);
-    ASSERT_TRUE(fs::create_directories(folder_ / L"sub"));
-    Link(fs::path(std::u8string(kLinkName.begin(), kLinkName.end())).wstring(), kNotepad);
+    folder_.MakeFolder(L"sub");
+    Link(kLinkName, kNotepad);
     Link(L"sub\\Second", kNotepad);
-    const fs::path program = BinFolder() / L"hostExample.exe";  // has no version information
-    ASSERT_TRUE(CopyFileW(program.c_str(), (folder_ / L"copy.exe").c_str(), TRUE));
-    ASSERT_TRUE(CopyFileW(program.c_str(), (folder_ / L"upper.EXE.off.EXE").c_str(), TRUE));
-    std::ofstream(folder_ / L"readme.txt") << "text";
-    Link(L"ToText", (folder_ / L"readme.txt").wstring());
-    WriteIni(L"filters.ini", L"[All]\r\nRoot=" + folder_.wstring() + L"\r\nExcludes=*.ini\r\n");
+    const std::filesystem::path program = BinFolder() / L"hostExample.exe";  // has no version information
+    folder_.CopyFrom(L"copy.exe", program);
+    folder_.CopyFrom(L"upper.EXE.off.EXE", program);
+    Link(L"ToText", folder_.WriteText(L"readme.txt", L"text"));
+    folder_.WriteText(L"filters.ini", L"[All]\r\nRoot=" + folder_.Path() + L"\r\nExcludes=*.ini\r\n");
   }
-  void TearDown() override { fs::remove_all(folder_); }
 
   void Link(const std::wstring& name, const std::wstring& target) {
     Shortcut shortcut;
-    shortcut.linkPath = (folder_ / (name + L".lnk")).wstring();
+    shortcut.linkPath = folder_ / (name + L".lnk");
     shortcut.target = target;
     shortcut.description = L"Ein Buch für 漢字";
     ASSERT_TRUE(WriteShortcut(shortcut));
   }
 
-  // UTF-16 with its mark: the profile functions read any other file in the code page.
-  void WriteIni(const std::wstring& name, const std::wstring& text) {
-    const std::wstring marked = L'\xFEFF' + text;
-    std::ofstream file(folder_ / name, std::ios::binary);
-    file.write(reinterpret_cast<const char*>(marked.data()), static_cast<std::streamsize>(marked.size() * 2));
-  }
-
   ProcessOutput Run(const std::vector<std::wstring>& arguments) {
-    const auto output = RunProgram((BinFolder() / L"quarryctl.exe").wstring(), arguments, folder_.wstring());
+    const auto output = RunProgram((BinFolder() / L"quarryctl.exe").wstring(), arguments, folder_.Path());
     EXPECT_TRUE(output.has_value());
     return output.value_or(ProcessOutput{});
   }
 
-  const fs::path folder_ = fs::temp_directory_path() / kFolderName;
+  const TemporaryFolder folder_{L"quarryctl Bücher 漢字"};
 };
 
 TEST_F(QuarryCtl, ExitStatusTellsDoneFromRefusedFromUsage) {
@@ -116,7 +93,7 @@ TEST_F(QuarryCtl, ExitStatusTellsDoneFromRefusedFromUsage) {
   };
   for (const auto& [arguments, status, out, err] : kCases) {
     std::string name = "quarryctl";
-    for (const std::wstring& argument : arguments) name += ' ' + Utf8(argument);
+    for (const std::wstring& argument : arguments) name += ' ' + Unicode_Utf8FromWide(argument);
     SCOPED_TRACE(name);
     const ProcessOutput output = Run(arguments);
     EXPECT_EQ(output.exitCode, status);
@@ -148,14 +125,14 @@ TEST_F(QuarryCtl, TableShowsTheApplicationsOfTheJsonOutput) {
     EXPECT_NE(line.find(application["companyName"].get<std::string>()), std::string::npos) << line;
     paths.push_back(application["path"]);
   }
-  const std::string folder = Utf8(folder_);
   std::sort(paths.begin(), paths.end());
-  EXPECT_EQ(paths,
-            (std::vector{folder + "\\" + kLinkName + ".lnk", folder + "\\copy.exe", folder + "\\sub\\Second.lnk"}));
+  EXPECT_EQ(paths, (std::vector{Unicode_Utf8FromWide(folder_ / (kLinkName + L".lnk")),
+                                Unicode_Utf8FromWide(folder_ / L"copy.exe"),
+                                Unicode_Utf8FromWide(folder_ / L"sub\\Second.lnk")}));
 }
 
 TEST_F(QuarryCtl, AppShowsEveryFieldOfTheRecord) {
-  const std::wstring link = fs::path(std::u8string(kLinkName.begin(), kLinkName.end())).wstring() + L".lnk";
+  const std::wstring link = kLinkName + L".lnk";
   const Json application = Json::parse(Run({L"app", link, L"--json"}).out, nullptr, false);
   ASSERT_TRUE(application.is_object());
   std::vector<std::string> keys;
@@ -163,7 +140,7 @@ TEST_F(QuarryCtl, AppShowsEveryFieldOfTheRecord) {
   EXPECT_EQ(keys, (std::vector<std::string>{"path", "fileName", "baseName", "extension", "productName",
                                             "productVersion", "fileDescription", "fileVersion", "comments",
                                             "companyName", "targetPath", "iconCount"}));
-  EXPECT_EQ(application["baseName"], kLinkName);
+  EXPECT_EQ(application["baseName"], Unicode_Utf8FromWide(kLinkName));
   EXPECT_EQ(application["fileDescription"], "Ein Buch für 漢字");
   EXPECT_TRUE(application["iconCount"].is_number_unsigned());
 
@@ -177,11 +154,11 @@ TEST_F(QuarryCtl, AppShowsEveryFieldOfTheRecord) {
 }
 
 TEST_F(QuarryCtl, EachVAddsALevelOfTheLog) {
-  WriteIni(L"levels.ini", L"[NoRoot]\r\nIncludes=*\r\n[Gone]\r\nRoot=C:\\not there\r\n[All]\r\nRoot=" +
-                              folder_.wstring() + L"\r\nIncludes=*.lnk\r\n");
-  const std::pair<std::string, std::string> kLevels[] = {{"error: ", "FindFirstFileEx failed for \"C:\\not there\\*"},
+  folder_.WriteText(L"levels.ini", L"[NoRoot]\r\nIncludes=*\r\n[Gone]\r\nRoot=C:\\not there\r\n[All]\r\nRoot=" +
+                                       folder_.Path() + L"\r\nIncludes=*.lnk\r\n");
+  const std::pair<std::string, std::string> kLevels[] = {{"error: ", R"(FindFirstFileEx failed for "C:\not there\*)"},
                                                          {"warning: ", "Filter defined with no root!"},
-                                                         {"note: ", "Scanning \"C:\\not there\", depth = 0"},
+                                                         {"note: ", R"(Scanning "C:\not there", depth = 0)"},
                                                          {"detail: ", "\"readme.txt\": rejected by filter"}};
   const std::vector<std::wstring> kOptions[] = {{}, {L"-v"}, {L"-v", L"-v"}, {L"-vvv"}};
   for (std::size_t asked = 0; asked < std::size(kOptions); ++asked) {

@@ -21,6 +21,7 @@ struct AppOptions {
 
 std::string FormatFields(const QuarryApplicationInfo& application) {
   std::vector<TableRow> rows;
+  rows.reserve(kTextFields.size() + 1);
   for (const TextField& field : kTextFields) rows.push_back({field.name, Utf8FromWide(application.*field.member)});
   rows.push_back({kIconCountName, std::to_string(application.iconCount)});
   return FormatTable(rows);
