@@ -23,11 +23,13 @@ CrossFlags() {
 
 # CommonKey: what every file's result depends on.
 CommonKey() {
+  local configurations
+  mapfile -t configurations < <(OwnFiles .clang-tidy '*/.clang-tidy')
   printf '%s\n' "${flags[@]}"
   clang-tidy --version
   x86_64-w64-mingw32-g++-posix --version
   readlink "$build"/deps/*
-  cat .clang-tidy
+  sha256sum "${configurations[@]}"
 }
 
 # CompiledFiles: the tree's own files of the build, as lines of source, object and command, separated by tabs.
