@@ -10,8 +10,8 @@ Step format "$root/scripts/format.sh" --check
 Step lint "$root/scripts/lint.sh"
 Step wine-prefix "$root/scripts/wine.sh" --prefix tests --make
 
-# CTest's own report is this script's last output. One Xvfb for the whole run, because all tests share one desktop.
-trap '"$root/scripts/wine.sh" --prefix tests --stop' EXIT
+# CTest's own report is this script's last output. All tests share one desktop.
 log=$logs/tests.log
 cd "$root"
-xvfb-run -a ctest --preset mingw "$@" </dev/null 2>&1 | tee "$log" || Die "step 'tests' failed, its log is $log"
+"$root/scripts/wine.sh" --prefix tests --session ctest --preset mingw "$@" </dev/null 2>&1 | tee "$log" ||
+  Die "step 'tests' failed, its log is $log"

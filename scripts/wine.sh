@@ -3,7 +3,8 @@
 #
 #   wine.sh [--prefix NAME] PROGRAM [ARGUMENT...]   build/wine/NAME, "default" without the option; made when missing
 #   wine.sh [--prefix NAME] --make                  only makes the prefix
-#   wine.sh [--prefix NAME] --stop                  ends what still runs in the prefix
+#   wine.sh [--prefix NAME] --session COMMAND...    runs a command with a display of its own, for many programs to share,
+#                                                   and then ends what still runs in the prefix
 #
 # Programs see the prefix's folder in QUARRY_WINEPREFIX.
 
@@ -14,7 +15,7 @@ if [[ ${1:-} == --prefix ]]; then
   name=${2:?--prefix needs a name}
   shift 2
 fi
-(($# > 0)) || Die "usage: wine.sh [--prefix NAME] (--make | --stop | PROGRAM [ARGUMENT...])"
+(($# > 0)) || Die "usage: wine.sh [--prefix NAME] (--make | --session COMMAND... | PROGRAM [ARGUMENT...])"
 
 prefixes=$build/wine
 export WINEPREFIX=$prefixes/$name
@@ -55,19 +56,24 @@ StopPrefix() {
   [[ ! -d $WINEPREFIX ]] || wineserver -k || true
 }
 
-if [[ $1 == --stop ]]; then
-  StopPrefix
-  exit 0
-fi
+# Session COMMAND...: the prefix's desktop belongs to the display it was started on, so it has to end before that does.
+Session() {
+  if [[ -z ${QUARRY_SESSION:-} ]]; then
+    QUARRY_SESSION=$name exec xvfb-run -a "${BASH_SOURCE[0]}" --prefix "$name" --session "$@"
+  fi
+  trap StopPrefix EXIT
+  "$@"
+}
 
-# Wine needs a display. The prefix's desktop belongs to the display it was started on, so it ends with that.
+if [[ $1 == --session ]]; then
+  Session "${@:2}"
+  exit
+fi
+[[ $1 != --make || ! -d $WINEPREFIX ]] || exit 0
 if [[ -z ${DISPLAY:-} ]]; then
-  status=0
-  xvfb-run -a "${BASH_SOURCE[0]}" --prefix "$name" "$@" || status=$?
-  StopPrefix
-  exit "$status"
+  Session "${BASH_SOURCE[0]}" --prefix "$name" "$@"
+  exit
 fi
-
 ProvidePrefix
 [[ $1 != --make ]] || exit 0
 exec wine "$@"
