@@ -3,6 +3,8 @@
 #include "quarry/apps/comInterface.h"
 #include "quarry/diagnostics/log.h"
 #include "quarry/diagnostics/timers.h"
+#include "quarry/icons/iconBoss.h"
+#include "quarry/paths/expandPath.h"
 
 #include "lib/misc/platformHandles.h"
 
@@ -61,15 +63,16 @@ std::optional<std::wstring> TargetPathOf(IShellLinkW& link, const std::wstring& 
 
 }  // namespace
 
-std::shared_ptr<Shortcut> Shortcut::NewInstance(IconBoss* /*iconBoss*/, const std::wstring& path) {
+std::shared_ptr<Shortcut> Shortcut::NewInstance(IconBoss* iconBoss, const std::wstring& path) {
   Log(LogLevel::Detail, L"Creating shortcut from %s\n", path.c_str());
   const TimingScope timing(L"Shortcut::NewInstance");
   auto shortcut = std::make_shared<Shortcut>(path);
-  if (!shortcut->ResolveLinkAttributes()) return nullptr;
+  if (!shortcut->ResolveLinkAttributes(iconBoss != nullptr)) return nullptr;
+  if (iconBoss != nullptr) shortcut->SetIcons(shortcut->GetIcons(*iconBoss));
   return shortcut;
 }
 
-bool Shortcut::ResolveLinkAttributes() {
+bool Shortcut::ResolveLinkAttributes(bool wantsIcons) {
   const TimingScope timing(L"Shortcut::ResolveLinkAttributes");
   const std::wstring path = GetPath();
   Log(LogLevel::Notable, L"Resolving shortcut \"%s\"\n", path.c_str());
@@ -91,6 +94,8 @@ bool Shortcut::ResolveLinkAttributes() {
   const std::optional<std::wstring> targetPath = TargetPathOf(link, path);
   if (!targetPath) return false;
 
+  // A target that is a link too is loaded into the same object: whatever this link has to tell is read before.
+  if (wantsIcons) iconLocation_ = IconLocationOf(link);
   Log(LogLevel::Notable, L"Target is \"%s\"\n", targetPath->c_str());
   if (!LinkDepth::IsExhausted()) target_ = NewAppFromPath(nullptr, *targetPath);
   if (target_ == nullptr) {
@@ -99,6 +104,40 @@ bool Shortcut::ResolveLinkAttributes() {
   }
   Log(LogLevel::Notable, L"\"%s\": target OK\n", path.c_str());
   return true;
+}
+
+Shortcut::IconLocation Shortcut::IconLocationOf(IShellLinkW& link) {
+  IconLocation location;
+  wchar_t path[MAX_PATH] = {};
+  location.result = link.GetIconLocation(path, MAX_PATH, &location.index);
+  location.path = path;
+  return location;
+}
+
+std::vector<IconPtr> Shortcut::GetIcons(IconBoss& iconBoss) const {
+  const std::wstring name = GetFileName();
+  Log(LogLevel::Notable, L"Shortcut \"%s\": attempting to get icons\n", name.c_str());
+  if (FAILED(iconLocation_.result)) {
+    Log(LogLevel::Error, L"Failed to extract icon location from \"%s\"\n", name.c_str());
+    return {};
+  }
+  if (iconLocation_.path.empty()) {
+    Log(LogLevel::Notable, L"Shortcut \"%s\": no icon file\n", name.c_str());
+    if (target_ == nullptr) return {};
+    const std::wstring targetPath = target_->GetPath();
+    Log(LogLevel::Notable, L"Shortcut \"%s\": getting icons from target \"%s\"\n", name.c_str(), targetPath.c_str());
+    std::vector<IconPtr> icons = iconBoss.GetIconsFromFile(targetPath, 0);
+    Log(LogLevel::Notable, L"Shortcut \"%s\": extracted %d icons from target\n", name.c_str(),
+        static_cast<int>(icons.size()));
+    return icons;
+  }
+  const std::wstring iconPath = ExpandPath(iconLocation_.path);
+  Log(LogLevel::Notable, L"Shortcut \"%s\": icons are in \"%s\", index %d\n", name.c_str(), iconPath.c_str(),
+      iconLocation_.index);
+  std::vector<IconPtr> icons = iconBoss.GetIconsFromFile(iconPath, iconLocation_.index);
+  Log(LogLevel::Notable, L"Shortcut \"%s\": extracted %d icons from icon file\n", name.c_str(),
+      static_cast<int>(icons.size()));
+  return icons;
 }
 
 }  // namespace quarry

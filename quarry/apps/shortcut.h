@@ -2,6 +2,10 @@
 
 #include "quarry/apps/abstractApp.h"
 
+#include <windows.h>
+
+#include <shobjidl.h>
+
 namespace quarry {
 
 /// A shell link whose target is an application. Product version, company and target path are its target's.
@@ -20,8 +24,18 @@ class Shortcut : public AbstractApp {
   std::wstring GetTargetPath() const override { return target_ ? target_->GetTargetPath() : L""; }
 
  private:
-  bool ResolveLinkAttributes();
+  /// Where the link says that its icon is, as the shell answered.
+  struct IconLocation {
+    HRESULT result = E_FAIL;
+    std::wstring path;
+    int index = 0;
+  };
 
+  bool ResolveLinkAttributes(bool wantsIcons);
+  std::vector<IconPtr> GetIcons(IconBoss& iconBoss) const;
+  static IconLocation IconLocationOf(IShellLinkW& link);
+
+  IconLocation iconLocation_;
   ApplicationPtr target_;
   std::wstring displayName_;
   std::wstring description_;

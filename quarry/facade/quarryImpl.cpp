@@ -5,7 +5,11 @@
 #include "quarry/icons/hash.h"
 #include "quarry/paths/expandPath.h"
 
+#include "lib/misc/fileBytes.h"
+
 #include <new>
+#include <optional>
+#include <utility>
 
 namespace quarry {
 
@@ -26,6 +30,7 @@ std::unique_ptr<Quarry> CreateQuarry(LogCallback log, bool buildFileTypeDatabase
 QuarryImpl::QuarryImpl(LogCallback log, bool buildFileTypeDatabase)
     : fileTypesEnabled_(buildFileTypeDatabase),
       config_(MakeConfig(log)),
+      iconBoss_(IconBoss::Create(*config_)),
       hiddenWindow_(CreateHiddenWindow()),
       settingsKey_(std::make_unique<Registry>(kSettingsRoot, true)) {}
 
@@ -40,15 +45,23 @@ bool QuarryImpl::ScanWithFilter(const ScanFilter& filter, ApplicationList& resul
 void QuarryImpl::ScanPath(const std::wstring& path, ApplicationList& results) { Scanner().ScanPath(path, results); }
 
 ApplicationPtr QuarryImpl::GetApplication(const std::wstring& path) {
-  return AbstractApp::NewAppFromPath(nullptr, path);
+  return AbstractApp::NewAppFromPath(iconBoss_.get(), path);
 }
 
-IconPtr QuarryImpl::GetIcon(const std::wstring& /*name*/) { return nullptr; }
+IconPtr QuarryImpl::GetIcon(const std::wstring& name) {
+  return iconBoss_ != nullptr ? iconBoss_->GetIcon(name) : nullptr;
+}
 
 std::vector<std::uint8_t> QuarryImpl::GetIconData(const std::wstring& name) {
   const IconPtr icon = GetIcon(name);
-  if (icon == nullptr) Log(LogLevel::Error, L"Unknown icon %s\n", name.c_str());
-  return {};
+  if (icon == nullptr) {
+    Log(LogLevel::Error, L"Unknown icon %s\n", name.c_str());
+    return {};
+  }
+  const std::wstring path = icon->GetPath();
+  std::optional<std::vector<std::uint8_t>> bytes = ReadWholeFile(path);
+  if (!bytes) Log(LogLevel::Error, L"Failed to read icon file %s\n", path.c_str());
+  return std::move(bytes).value_or(std::vector<std::uint8_t>());
 }
 
 RegisteredExtensionsPtr QuarryImpl::GetApplicationRegisteredExtensions(const wchar_t* /*path*/) {

@@ -4,6 +4,7 @@
 #include "quarry/config/config.h"
 #include "quarry/diagnostics/objectCounters.h"
 #include "quarry/facade/quarry.h"
+#include "quarry/icons/iconBoss.h"
 
 #include "lib/misc/platformHandles.h"
 
@@ -31,11 +32,12 @@ class QuarryImpl : public Quarry {
                                   const QuarryLaunchParameter* parameters) override;
 
  private:
-  DirectoryScanner Scanner() const { return {*config_, nullptr}; }
+  DirectoryScanner Scanner() const { return {*config_, iconBoss_.get()}; }
 
   bool fileTypesEnabled_;
   ObjectCount count_{"QuarryImpl"};
   std::unique_ptr<Config> config_;
+  std::unique_ptr<IconBoss> iconBoss_;  // null when there is no place for icons; all else works without
   ComReference comInterface_;
   UniqueWindow hiddenWindow_;
   std::unique_ptr<Registry> settingsKey_;

@@ -1,0 +1,52 @@
+#include "quarry/icons/iconPixels.h"
+
+#include "quarry/diagnostics/log.h"
+#include "quarry/icons/iconHandles.h"
+
+namespace quarry {
+
+namespace {
+
+constexpr std::size_t kBytesPerPixel = 4;
+
+bool CopyPixels(HBITMAP bitmap, IconPixels& pixels) {
+  if (pixels.width <= 0 || pixels.height <= 0) return false;
+  pixels.bytes.resize(kBytesPerPixel * static_cast<std::size_t>(pixels.width) *
+                      static_cast<std::size_t>(pixels.height));
+  BITMAPINFO format{};
+  format.bmiHeader.biSize = sizeof(format.bmiHeader);
+  format.bmiHeader.biWidth = pixels.width;
+  format.bmiHeader.biHeight = -pixels.height;  // top-down rows
+  format.bmiHeader.biPlanes = 1;
+  format.bmiHeader.biBitCount = 32;
+  format.bmiHeader.biCompression = BI_RGB;
+  const UniqueScreenDc screen(GetDC(nullptr));
+  return screen && GetDIBits(screen.get(), bitmap, 0, static_cast<UINT>(pixels.height), pixels.bytes.data(), &format,
+                             DIB_RGB_COLORS) == pixels.height;
+}
+
+}  // namespace
+
+std::optional<IconPixels> ReadPixels(HICON icon) {
+  ICONINFO info{};
+  if (GetIconInfo(icon, &info) == FALSE) {
+    Log(LogLevel::Error, L"GetIconInfo failed err=%ld\n", GetLastError());
+    return std::nullopt;
+  }
+  UniqueBitmap(info.hbmMask).reset();
+  const UniqueBitmap color(info.hbmColor);
+
+  BITMAP bitmap{};
+  if (GetObjectW(color.get(), sizeof(bitmap), &bitmap) == 0) {
+    Log(LogLevel::Error, L"GetObject failed\n");
+    return std::nullopt;
+  }
+  IconPixels pixels{bitmap.bmWidth, bitmap.bmHeight, {}};
+  if (!CopyPixels(color.get(), pixels)) {
+    Log(LogLevel::Error, L"GetDIBits failed!\n");
+    return std::nullopt;
+  }
+  return pixels;
+}
+
+}  // namespace quarry

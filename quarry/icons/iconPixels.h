@@ -1,0 +1,21 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace quarry {
+
+/// The colours of an icon: rows from top to bottom, 4 bytes a pixel (blue, green, red, alpha).
+struct IconPixels {
+  int width = 0;
+  int height = 0;
+  std::vector<std::uint8_t> bytes;
+};
+
+/// Reads the pixels of `icon`. Nothing, with a message, when the platform refuses them.
+std::optional<IconPixels> ReadPixels(HICON icon);
+
+}  // namespace quarry

@@ -1,0 +1,85 @@
+#include "quarry/icons/pngFile.h"
+
+#include "quarry/diagnostics/log.h"
+
+#include "lib/string/str.h"
+
+#include <cwchar>
+#include <vector>
+
+namespace quarry {
+
+namespace {
+
+using Gdiplus::Status;
+namespace Flat = Gdiplus::DllExports;
+
+constexpr INT kBytesPerPixel = 4;
+
+/// A file that is deleted unless it was moved to its final place.
+class TemporaryFile {
+ public:
+  explicit TemporaryFile(std::wstring path) : path_(std::move(path)) {}
+  ~TemporaryFile() {
+    if (!path_.empty()) DeleteFileW(path_.c_str());
+  }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+  const std::wstring& Path() const { return path_; }
+  bool MoveTo(const std::wstring& path) {
+    if (MoveFileExW(path_.c_str(), path.c_str(), 0) == FALSE) return false;
+    path_.clear();
+    return true;
+  }
+
+ private:
+  std::wstring path_;
+};
+
+// The name of no other process's file, also not of one on another machine that shares the folder, and none that the
+// cache is read back by.
+std::wstring TemporaryPathBeside(const std::wstring& path) {
+  LARGE_INTEGER now{};
+  QueryPerformanceCounter(&now);
+  return path.substr(0, path.find_last_of(L'\\') + 1) +
+         Str_FormatWide(L"~%lx%I64x.tmp", GetCurrentProcessId(), now.QuadPart);
+}
+
+Status MakeBitmap(HICON icon, const IconPixels& pixels, PngSource source, UniqueGdiPlusBitmap& bitmap) {
+  if (source == PngSource::Icon) return Flat::GdipCreateBitmapFromHICON(icon, bitmap.put());
+  // GDI+ reads from the pixels for as long as the bitmap lives, and never writes to them here.
+  return Flat::GdipCreateBitmapFromScan0(pixels.width, pixels.height, kBytesPerPixel * pixels.width,
+                                         PixelFormat32bppARGB, const_cast<BYTE*>(pixels.bytes.data()), bitmap.put());
+}
+
+bool IsThere(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
+
+}  // namespace
+
+std::optional<CLSID> FindPngEncoder() {
+  UINT count = 0;
+  UINT size = 0;
+  if (Flat::GdipGetImageEncodersSize(&count, &size) != Gdiplus::Ok) return std::nullopt;
+  // The texts that the entries point to follow behind them in the same block.
+  std::vector<Gdiplus::ImageCodecInfo> encoders(size / sizeof(Gdiplus::ImageCodecInfo) + 1);
+  if (Flat::GdipGetImageEncoders(count, size, encoders.data()) != Gdiplus::Ok) return std::nullopt;
+  for (UINT index = 0; index < count; ++index) {
+    if (std::wcscmp(encoders[index].MimeType, L"image/png") == 0) return encoders[index].Clsid;
+  }
+  Log(LogLevel::Error, L"Failed to load PNG converter!\n");
+  return std::nullopt;
+}
+
+Status WritePng(const std::wstring& path, HICON icon, const IconPixels& pixels, PngSource source,
+                const CLSID& encoder) {
+  UniqueGdiPlusBitmap bitmap;
+  Status status = MakeBitmap(icon, pixels, source, bitmap);
+  if (status != Gdiplus::Ok) return status;
+  TemporaryFile file(TemporaryPathBeside(path));
+  status = Flat::GdipSaveImageToFile(bitmap.get(), file.Path().c_str(), &encoder, nullptr);
+  if (status != Gdiplus::Ok) return status;
+  return file.MoveTo(path) || IsThere(path) ? Gdiplus::Ok : Gdiplus::Win32Error;
+}
+
+}  // namespace quarry

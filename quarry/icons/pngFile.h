@@ -1,0 +1,25 @@
+#pragma once
+
+#include "quarry/icons/gdiPlus.h"
+#include "quarry/icons/iconPixels.h"
+
+#include <optional>
+#include <string>
+
+namespace quarry {
+
+/// The installed PNG encoder, to be asked for while GDI+ is in use. With no message when the encoders cannot be listed.
+std::optional<CLSID> FindPngEncoder();
+
+/// Where the picture of a PNG file comes from.
+enum class PngSource {
+  Pixels,  ///< the pixels, alpha included
+  Icon,    ///< the icon itself, whose mask tells what is transparent
+};
+
+/// Writes a PNG file. It is there in whole or not at all: it is written under another name in the same folder and then
+/// moved into place; when someone else has been quicker, their file stays. Win32Error when a file operation failed.
+Gdiplus::Status WritePng(const std::wstring& path, HICON icon, const IconPixels& pixels, PngSource source,
+                         const CLSID& encoder);
+
+}  // namespace quarry
