@@ -17,6 +17,7 @@ namespace {
 struct AppOptions {
   std::string path;
   bool json = false;
+  bool icons = false;
 };
 
 std::string FormatFields(const QuarryApplicationInfo& application) {
@@ -25,6 +26,27 @@ std::string FormatFields(const QuarryApplicationInfo& application) {
   for (const TextField& field : kTextFields) rows.push_back({field.name, Utf8FromWide(application.*field.member)});
   rows.push_back({kIconCountName, std::to_string(application.iconCount)});
   return FormatTable(rows);
+}
+
+std::string FormatIcons(const IconRecords& icons) {
+  std::vector<TableRow> rows = {{"ICON", "SIZE", "NAME", "FILE"}};
+  for (const IconRecord& icon : icons) {
+    const std::string number = std::to_string(rows.size() - 1);
+    if (icon == nullptr) {
+      rows.push_back({number, "", "", "(could not be stored)"});
+      continue;
+    }
+    rows.push_back({number, std::to_string(icon->width) + 'x' + std::to_string(icon->height), Utf8FromWide(icon->name),
+                    Utf8FromWide(icon->path)});
+  }
+  return FormatTable(rows);
+}
+
+std::string FormatResult(const ApplicationWithIcons& result, const AppOptions& options) {
+  if (options.json) return options.icons ? FormatJson(result) : FormatJson(result.application);
+  std::string text = FormatFields(result.application);
+  if (options.icons && !result.icons.empty()) text += '\n' + FormatIcons(result.icons);
+  return text;
 }
 
 ExitStatus RunApp(const AppOptions& options, const CommandContext& context) {
@@ -40,7 +62,7 @@ ExitStatus RunApp(const AppOptions& options, const CommandContext& context) {
                       " (quarryctl verify says why)\n");
     return kNothingFound;
   }
-  context.out.Write(options.json ? FormatJson(*record) : FormatFields(*record));
+  context.out.Write(FormatResult({*record, library->GetIcons(*record)}, options));
   return kDone;
 }
 
@@ -51,6 +73,7 @@ void AddAppCommand(CLI::App& parser, Command& chosen) {
   CLI::App* command = parser.add_subcommand("app", "Describe one application");
   command->add_option("PATH", options->path, "Shortcut, program or script")->required()->type_name("");
   command->add_flag("--json", options->json, "Write the fields as a JSON object");
+  command->add_flag("--icons", options->icons, "Show each icon's size, name and file too");
   command->callback(
       [options, &chosen] { chosen = [options](CommandContext& context) { return RunApp(*options, context); }; });
 }

@@ -35,6 +35,7 @@ inline unsigned ShownLevels(const CommandContext& context) {
 void AddScanCommand(CLI::App& parser, Command& chosen);
 void AddAppCommand(CLI::App& parser, Command& chosen);
 void AddVerifyCommand(CLI::App& parser, Command& chosen);
+void AddIconCommand(CLI::App& parser, Command& chosen);
 void AddDebugCommand(CLI::App& parser, Command& chosen);
 
 }  // namespace quarryctl

@@ -54,6 +54,33 @@ ApplicationRecord Library::GetApplication(const std::wstring& path) const {
   return ApplicationRecord(functions_.GetApplication(path.c_str()), functions_.FreeApplication);
 }
 
+IconRecords Library::GetIcons(const QuarryApplicationInfo& application) const {
+  IconRecords icons;
+  for (std::uint64_t index = 0; index < application.iconCount; ++index) {
+    icons.emplace_back(functions_.GetApplicationIcon(&application, index), functions_.FreeIcon);
+  }
+  return icons;
+}
+
+std::vector<ApplicationWithIcons> Library::WithIcons(std::span<const QuarryApplicationInfo> applications) const {
+  std::vector<ApplicationWithIcons> result;
+  result.reserve(applications.size());
+  for (const QuarryApplicationInfo& application : applications) result.push_back({application, GetIcons(application)});
+  return result;
+}
+
+IconRecord Library::GetIcon(const std::wstring& name) const {
+  return IconRecord(functions_.GetIcon(name.c_str()), functions_.FreeIcon);
+}
+
+std::string Library::GetIconData(const std::wstring& name) const {
+  void* block = nullptr;
+  std::uint64_t size = 0;
+  if (functions_.GetIconData(name.c_str(), &block, &size) == 0) return {};
+  const std::unique_ptr<void, void (*)(void*)> owner(block, functions_.FreeIconData);
+  return {static_cast<const char*>(block), static_cast<std::size_t>(size)};
+}
+
 bool Library::VerifyApplication(const std::wstring& path) const {
   return functions_.VerifyApplication(path.c_str()) != 0;
 }

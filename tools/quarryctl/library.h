@@ -9,6 +9,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace quarryctl {
 
@@ -20,9 +21,19 @@ struct ApplicationsDeleter {
 
 /// Records of the library, given back to it when they go out of scope. They must not outlive the Library.
 using ApplicationRecord = std::unique_ptr<QuarryApplicationInfo, void (*)(QuarryApplicationInfo*)>;
+using IconRecord = std::unique_ptr<QuarryIconInfo, void (*)(QuarryIconInfo*)>;
 using ApplicationRecords = std::unique_ptr<QuarryApplicationInfo[], ApplicationsDeleter>;
 
 std::span<const QuarryApplicationInfo> Items(const ApplicationRecords& records);
+
+/// The icons of one application under their indexes; one that could not be stored is null.
+using IconRecords = std::vector<IconRecord>;
+
+/// An application with its icons.
+struct ApplicationWithIcons {
+  const QuarryApplicationInfo& application;
+  IconRecords icons;
+};
 
 /// quarry.dll, loaded and initialised. The destructor shuts it down and unloads it.
 class Library {
@@ -39,6 +50,13 @@ class Library {
   /// Null when no application can be made from `path`.
   ApplicationRecord GetApplication(const std::wstring& path) const;
   bool VerifyApplication(const std::wstring& path) const;
+  /// `application` is a record of this library, not a copy.
+  IconRecords GetIcons(const QuarryApplicationInfo& application) const;
+  std::vector<ApplicationWithIcons> WithIcons(std::span<const QuarryApplicationInfo> applications) const;
+  /// Null when the icon cache knows no icon of that name.
+  IconRecord GetIcon(const std::wstring& name) const;
+  /// The PNG file of the icon `name`; empty when it cannot be read.
+  std::string GetIconData(const std::wstring& name) const;
   /// Writes the library's reports to standard output.
   void ReportDebugInfo() const { functions_.ReportDebugInfo(); }
   /// Shuts the library down ahead of time; only ReportDebugInfo may be called after it.

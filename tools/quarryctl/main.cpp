@@ -53,6 +53,7 @@ ExitStatus Run(std::vector<std::string> arguments, CommandContext& context) {
   AddScanCommand(parser, chosen);
   AddAppCommand(parser, chosen);
   AddVerifyCommand(parser, chosen);
+  AddIconCommand(parser, chosen);
   AddDebugCommand(parser, chosen);
   try {
     std::reverse(arguments.begin(), arguments.end());

@@ -15,6 +15,13 @@ struct ModuleFreer {
 /// A module of LoadLibraryW.
 using UniqueModule = std::unique_ptr<std::remove_pointer_t<HMODULE>, ModuleFreer>;
 
+struct FileCloser {
+  using pointer = HANDLE;
+  void operator()(HANDLE file) const { CloseHandle(file); }
+};
+/// A file of CreateFileW; INVALID_HANDLE_VALUE must not be given to it.
+using UniqueFile = std::unique_ptr<void, FileCloser>;
+
 struct LocalFreer {
   void operator()(void* block) const { LocalFree(block); }
 };

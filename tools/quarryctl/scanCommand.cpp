@@ -1,4 +1,6 @@
 #include "tools/quarryctl/command.h"
+#include "tools/quarryctl/fileOutput.h"
+#include "tools/quarryctl/htmlPage.h"
 #include "tools/quarryctl/jsonFormat.h"
 #include "tools/quarryctl/library.h"
 #include "tools/quarryctl/logView.h"
@@ -17,6 +19,7 @@ namespace {
 struct ScanOptions {
   std::string iniPath;
   bool json = false;
+  std::string htmlPath;
 };
 
 bool IsFile(const std::wstring& path) {
@@ -39,10 +42,28 @@ std::string FormatApplications(std::span<const QuarryApplicationInfo> applicatio
   return FormatTable(rows) + CountLine(applications.size());
 }
 
-std::string FormatResult(std::span<const QuarryApplicationInfo> applications, bool json) {
-  if (json) return FormatJson(applications);
+std::string FormatResult(std::span<const QuarryApplicationInfo> applications) {
   return applications.empty() ? CountLine(0) : FormatApplications(applications);
 }
+
+/// Writes the result in the form that was asked for; false when that failed.
+bool WriteResult(std::span<const QuarryApplicationInfo> applications, const ScanOptions& options,
+                 const Library& library, const CommandContext& context) {
+  if (options.json) {
+    context.out.Write(FormatJson(library.WithIcons(applications)));
+    return true;
+  }
+  if (options.htmlPath.empty()) {
+    context.out.Write(FormatResult(applications));
+    return true;
+  }
+  const std::wstring path = AbsolutePath(WideFromUtf8(options.htmlPath));
+  if (!WriteFileBytes(path, FormatHtmlPage(library.WithIcons(applications), library), context.err)) return false;
+  context.out.Write(CountLine(applications.size()) + Utf8FromWide(path) + '\n');
+  return true;
+}
+
+std::string RefuseEmptyName(const std::string& path) { return path.empty() ? "the file name is empty" : ""; }
 
 void PointToWarnings(const LogView& log, Output& err) {
   if (log.HiddenWarnings() == 0) return;
@@ -62,9 +83,9 @@ ExitStatus RunScan(const ScanOptions& options, const CommandContext& context) {
   if (!library) return kNothingFound;
   const ApplicationRecords records = library->Scan(iniPath);
   log.EndProgress();
-  context.out.Write(FormatResult(Items(records), options.json));
+  const bool written = WriteResult(Items(records), options, *library, context);
   PointToWarnings(log, context.err);
-  return records ? kDone : kNothingFound;
+  return records && written ? kDone : kNothingFound;
 }
 
 }  // namespace
@@ -74,8 +95,13 @@ void AddScanCommand(CLI::App& parser, Command& chosen) {
   CLI::App* command = parser.add_subcommand("scan", "List the applications that this host publishes");
   command->add_option("--ini", options->iniPath, "Take the scan filters from FILE, not from the registry")
       ->type_name("FILE")
-      ->check([](const std::string& path) { return std::string(path.empty() ? "the file name is empty" : ""); });
-  command->add_flag("--json", options->json, "Write every field of every application as a JSON array");
+      ->check(RefuseEmptyName);
+  CLI::Option* const json =
+      command->add_flag("--json", options->json, "Write every field of every application as a JSON array");
+  command->add_option("--html", options->htmlPath, "Write a page with the applications and their icons to FILE")
+      ->type_name("FILE")
+      ->excludes(json)
+      ->check(RefuseEmptyName);
   command->callback(
       [options, &chosen] { chosen = [options](CommandContext& context) { return RunScan(*options, context); }; });
 }

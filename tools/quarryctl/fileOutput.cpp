@@ -1,0 +1,38 @@
+#include "tools/quarryctl/fileOutput.h"
+
+#include "tools/quarryctl/owners.h"
+#include "tools/quarryctl/utf8.h"
+
+#include <algorithm>
+
+namespace quarryctl {
+namespace {
+
+constexpr std::size_t kChunk = 1u << 20;
+
+/// The platform's error, or ERROR_SUCCESS.
+DWORD WriteBytes(const std::wstring& path, std::string_view bytes) {
+  const HANDLE handle =
+      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) return GetLastError();
+  const UniqueFile file(handle);
+  while (!bytes.empty()) {
+    DWORD written = 0;
+    const auto wanted = static_cast<DWORD>(std::min(bytes.size(), kChunk));
+    if (WriteFile(file.get(), bytes.data(), wanted, &written, nullptr) == FALSE) return GetLastError();
+    if (written == 0) return ERROR_WRITE_FAULT;
+    bytes.remove_prefix(written);
+  }
+  return ERROR_SUCCESS;
+}
+
+}  // namespace
+
+bool WriteFileBytes(const std::wstring& path, std::string_view bytes, Output& err) {
+  const DWORD error = WriteBytes(path, bytes);
+  if (error == ERROR_SUCCESS) return true;
+  err.Write("quarryctl: cannot write " + Utf8FromWide(path) + ", error " + std::to_string(error) + '\n');
+  return false;
+}
+
+}  // namespace quarryctl
