@@ -2,77 +2,15 @@
 
 #include "quarry/diagnostics/log.h"
 
-#include "lib/string/str.h"
+#include "lib/misc/versionBlock.h"
 
 #include <windows.h>
 
 #include <algorithm>
-#include <cstring>
-#include <cwchar>
-#include <new>
+#include <cstdint>
 #include <vector>
 
 namespace quarry {
-
-namespace {
-
-// Every node of a version resource gives its length in 16 bits and the nodes nest four deep (Microsoft Learn,
-// VS_VERSIONINFO), so no node begins behind this many bytes whatever the lengths say. A name without an end and the
-// header of the node behind it are read a little further, into the zeros.
-constexpr std::size_t kLongestResource = std::size_t{4} * 65536;
-constexpr std::size_t kReach = kLongestResource + std::size_t{2} * 65536;
-
-/// Microsoft Learn, VerQueryValueW, "\VarFileInfo\Translation".
-struct Translation {
-  WORD language;
-  WORD codePage;
-};
-
-std::wstring LanguageCodePage(const void* table, std::size_t size) {
-  constexpr wchar_t kUsEnglishLatin1[] = L"040904e4";
-  if (table == nullptr || size < sizeof(Translation)) return kUsEnglishLatin1;
-  Translation first{};
-  std::memcpy(&first, table, sizeof(first));
-  return Str_FormatWide(L"%04x%04x", first.language, first.codePage);
-}
-
-}  // namespace
-
-// Fresh pages are zero and cost nothing until they are touched, which the zeros mostly never are.
-VersionBlock::VersionBlock(std::span<const std::uint8_t> resource)
-    : size_(std::min(resource.size(), kLongestResource)),
-      bytes_(static_cast<std::uint8_t*>(VirtualAlloc(nullptr, kReach, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE))) {
-  if (bytes_ == nullptr) throw std::bad_alloc();
-  std::copy_n(resource.begin(), size_, bytes_.get());
-}
-
-const void* VersionBlock::Find(const std::wstring& subBlock, std::uint32_t& length) const {
-  void* entry = nullptr;
-  UINT entryLength = 0;
-  length = 0;
-  if (VerQueryValueW(bytes_.get(), subBlock.c_str(), &entry, &entryLength) == FALSE) return nullptr;
-  if (BytesFrom(entry) == 0) return nullptr;
-  length = entryLength;
-  return entry;
-}
-
-std::size_t VersionBlock::BytesFrom(const void* entry) const {
-  const auto start = reinterpret_cast<std::uintptr_t>(bytes_.get());
-  const auto position = reinterpret_cast<std::uintptr_t>(entry);
-  return position >= start && position < start + size_ ? start + size_ - position : 0;
-}
-
-std::wstring QueryVersionString(const VersionBlock& block, const std::wstring& languageCodePage,
-                                const std::wstring& key) {
-  std::uint32_t length = 0;
-  const void* const text = block.Find(L"\\StringFileInfo\\" + languageCodePage + L"\\" + key, length);
-  if (text == nullptr) return {};
-  const std::size_t limit = std::min<std::size_t>(length, block.BytesFrom(text) / sizeof(wchar_t));
-  std::wstring value(limit, L'\0');
-  std::memcpy(value.data(), text, limit * sizeof(wchar_t));
-  value.resize(wcsnlen(value.c_str(), limit));
-  return value;
-}
 
 VersionStrings ReadVersionInfo(const std::wstring& path) {
   DWORD ignored = 0;
@@ -87,7 +25,7 @@ VersionStrings ReadVersionInfo(const std::wstring& path) {
     return {};
   }
   // A buffer that is smaller than the resource receives its beginning (Microsoft Learn, GetFileVersionInfoW).
-  std::vector<std::uint8_t> resource(std::min<std::size_t>(size, kLongestResource));
+  std::vector<std::uint8_t> resource(std::min<std::size_t>(size, VersionBlock::kLongestResource));
   if (GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(resource.size()), resource.data()) == FALSE) {
     Log(LogLevel::Warning, L"Failed to load VersionInfo from %s, error %ld\n", path.c_str(), GetLastError());
     return {};
@@ -95,13 +33,12 @@ VersionStrings ReadVersionInfo(const std::wstring& path) {
 
   const VersionBlock block(resource);
   std::uint32_t tableSize = 0;
-  const void* const table = block.Find(L"\\VarFileInfo\\Translation", tableSize);
-  if (table == nullptr) {
+  if (block.Find(L"\\VarFileInfo\\Translation", tableSize) == nullptr) {
     Log(LogLevel::Warning, L"Failed to get VarFileInfo\\Translation from %s, error %ld\n", path.c_str(),
         GetLastError());
   }
-  const std::size_t readable = std::min<std::size_t>(tableSize, block.BytesFrom(table));
-  const std::wstring languageCodePage = LanguageCodePage(table, readable);
+  constexpr wchar_t kUsEnglishLatin1[] = L"040904e4";
+  const std::wstring languageCodePage = block.FirstLanguageCodePage().value_or(kUsEnglishLatin1);
 
   VersionStrings strings;
   strings.productName = QueryVersionString(block, languageCodePage, L"ProductName");

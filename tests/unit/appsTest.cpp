@@ -1,5 +1,6 @@
-#include "quarry/apps/versionInfo.h"
 #include "quarry/icons/hash.h"
+
+#include "lib/misc/versionBlock.h"
 
 #include <gtest/gtest.h>
 

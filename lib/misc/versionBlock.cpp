@@ -1,0 +1,70 @@
+#include "lib/misc/versionBlock.h"
+
+#include "lib/string/str.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstring>
+#include <cwchar>
+#include <new>
+
+namespace {
+
+// Every node of a version resource gives its length in 16 bits and the nodes nest four deep (Microsoft Learn,
+// VS_VERSIONINFO), so no node begins behind this many bytes whatever the lengths say. A name without an end and the
+// header of the node behind it are read a little further, into the zeros.
+constexpr std::size_t kReach = VersionBlock::kLongestResource + std::size_t{2} * 65536;
+
+/// Microsoft Learn, VerQueryValueW, "\VarFileInfo\Translation".
+struct Translation {
+  WORD language;
+  WORD codePage;
+};
+
+}  // namespace
+
+// Fresh pages are zero and cost nothing until they are touched, which the zeros mostly never are.
+VersionBlock::VersionBlock(std::span<const std::uint8_t> resource)
+    : size_(std::min(resource.size(), kLongestResource)),
+      bytes_(static_cast<std::uint8_t*>(VirtualAlloc(nullptr, kReach, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE))) {
+  if (bytes_ == nullptr) throw std::bad_alloc();
+  std::copy_n(resource.begin(), size_, bytes_.get());
+}
+
+const void* VersionBlock::Find(const std::wstring& subBlock, std::uint32_t& length) const {
+  void* entry = nullptr;
+  UINT entryLength = 0;
+  length = 0;
+  if (VerQueryValueW(bytes_.get(), subBlock.c_str(), &entry, &entryLength) == FALSE) return nullptr;
+  if (BytesFrom(entry) == 0) return nullptr;
+  length = entryLength;
+  return entry;
+}
+
+std::size_t VersionBlock::BytesFrom(const void* entry) const {
+  const auto start = reinterpret_cast<std::uintptr_t>(bytes_.get());
+  const auto position = reinterpret_cast<std::uintptr_t>(entry);
+  return position >= start && position < start + size_ ? start + size_ - position : 0;
+}
+
+std::optional<std::wstring> VersionBlock::FirstLanguageCodePage() const {
+  std::uint32_t length = 0;
+  const void* const table = Find(L"\\VarFileInfo\\Translation", length);
+  Translation first{};
+  if (table == nullptr || std::min<std::size_t>(length, BytesFrom(table)) < sizeof(first)) return std::nullopt;
+  std::memcpy(&first, table, sizeof(first));
+  return Str_FormatWide(L"%04x%04x", first.language, first.codePage);
+}
+
+std::wstring QueryVersionString(const VersionBlock& block, const std::wstring& languageCodePage,
+                                const std::wstring& key) {
+  std::uint32_t length = 0;
+  const void* const text = block.Find(L"\\StringFileInfo\\" + languageCodePage + L"\\" + key, length);
+  if (text == nullptr) return {};
+  const std::size_t limit = std::min<std::size_t>(length, block.BytesFrom(text) / sizeof(wchar_t));
+  std::wstring value(limit, L'\0');
+  std::memcpy(value.data(), text, limit * sizeof(wchar_t));
+  value.resize(wcsnlen(value.c_str(), limit));
+  return value;
+}
