@@ -1,0 +1,93 @@
+#include "lib/seamlyFilter/seamlyFilter.h"
+
+#include "lib/misc/logEntry.h"
+#include "lib/seamlyFilter/seamlyFilterCache.h"
+#include "lib/seamlyFilter/seamlyFilterData.h"
+#include "lib/seamlyFilter/seamlyFilterFile.h"
+#include "lib/seamlyFilter/seamlyFilterRegistry.h"
+#include "lib/seamlyFilter/seamlyFilterRules.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+
+namespace {
+
+bool SameText(const std::string& value, const std::string& text) {
+  return std::strncmp(value.c_str(), text.c_str(), kMaxRuleText) == 0;
+}
+
+bool SameNumber(const std::string& value, std::uint16_t number) {
+  return std::strtol(value.c_str(), nullptr, 10) == number;
+}
+
+/// Tells whether the item holds. "type" and "action" always do and put their number into `match`.
+bool Holds(const RuleItem& item, const SeamlyFilterData& data, SeamlyFilterMatch& match) {
+  switch (item.key) {
+    case RuleKey::Company:
+      return SameText(item.value, data.company);
+    case RuleKey::Product:
+      return SameText(item.value, data.product);
+    case RuleKey::ClassName:
+      return SameText(item.value, data.className);
+    case RuleKey::Major:
+      return SameNumber(item.value, data.major);
+    case RuleKey::Minor:
+      return SameNumber(item.value, data.minor);
+    case RuleKey::Build:
+      return SameNumber(item.value, data.build);
+    case RuleKey::Revision:
+      return SameNumber(item.value, data.revision);
+    case RuleKey::Type:
+      match.windowType = SeamlyFilterWindowTypeOf(item.value);
+      return true;
+    case RuleKey::Action:
+      match.action = SeamlyFilterActionOf(item.value);
+      return true;
+    case RuleKey::None:
+    case RuleKey::NotApplicableTo:
+      break;
+  }
+  LogEntry("%s: unrecognized rule, skipping\n", "SeamlyFilter_FindMatchingRule");
+  return true;
+}
+
+SeamlyFilterMatch Ask(const SeamlyFilterData& data) {
+  const RuleTable& rules = SeamlyFilterRules();
+  // A rule set without an action blocks. What the items of a rule set have set before one of them fails stays for the
+  // rule sets behind it.
+  SeamlyFilterMatch match{false, kRuleActionBlock, kWindowTypeNone};
+  for (int index = 0; index <= rules.last; ++index) {
+    const RuleSet& set = rules.sets[static_cast<std::size_t>(index)];
+    match.matched = std::all_of(set.begin(), set.end(), [&](const RuleItem& item) { return Holds(item, data, match); });
+    if (match.matched) return match;
+  }
+  return {};
+}
+
+}  // namespace
+
+void SeamlyFilter_LoadRules(const char* context) {
+  SeamlyFilterProcessRulesFolder(context);
+  AddRegKeyRules(context);
+}
+
+SeamlyFilterMatch SeamlyFilter_FindMatchingRule(HWND window) {
+  if (const std::optional<SeamlyFilterMatch> known = SeamlyFilterFindInCache(window)) return *known;
+  // Without rules every answer is this one; the version resource of every program need not be read for it.
+  if (SeamlyFilterRules().last < 0) return {};
+  const std::optional<SeamlyFilterData> data = SeamlyFilterGetData(window);
+  if (!data) return {};
+  const SeamlyFilterMatch match = Ask(*data);
+  SeamlyFilterAddToCache(window, match);
+  return match;
+}
+
+void SeamlyFilter_Close() {
+  LogEntry("%s: Cleaning up filter rules tables\n", __func__);
+  RuleTable& rules = SeamlyFilterRules();
+  for (RuleSet& set : rules.sets) set.clear();
+  rules.last = -1;
+  SeamlyFilterPurgeCache();
+}

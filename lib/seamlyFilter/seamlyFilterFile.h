@@ -1,0 +1,52 @@
+#pragma once
+
+#include "lib/seamlyFilter/seamlyFilterRules.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+
+// Rule files and the folder that they lie in.
+
+struct StdFileCloser {
+  void operator()(std::FILE* file) const noexcept { std::fclose(file); }
+};
+using UniqueStdFile = std::unique_ptr<std::FILE, StdFileCloser>;
+
+struct RuleLine {
+  std::string text;  ///< without the line end, less than kMaxRuleText bytes
+  bool cut = false;  ///< the file's line was longer; the rest of it is dropped
+};
+
+/// Reads a rule file line by line, in text mode and behind a UTF-8 byte-order mark. A line is taken as far as its first
+/// NUL.
+class RuleFileReader {
+ public:
+  /// Any path that the file system has, whatever letters it holds. Others may be writing to the file.
+  explicit RuleFileReader(const std::wstring& path);
+
+  bool IsOpen() const { return file_ != nullptr; }
+  /// The next line, or nothing at the end.
+  std::optional<RuleLine> Next();
+
+ private:
+  bool Fill();
+  void SkipByteOrderMark();
+
+  UniqueStdFile file_;
+  std::array<char, 4096> buffer_{};
+  std::size_t position_ = 0;
+  std::size_t filled_ = 0;
+};
+
+/// Adds the rule sets of the file at `path`. False, with a message, when it cannot be opened.
+bool SeamlyFilterProcessFile(const std::wstring& path, const char* context);
+
+/// Adds the rule sets of every file of `folder`. False when the folder cannot be searched.
+bool SeamlyFilterProcessFolder(const std::wstring& folder, const char* context);
+
+/// Adds those of the machine's rules folder or, where that cannot be searched, of the one beside the host program.
+void SeamlyFilterProcessRulesFolder(const char* context);

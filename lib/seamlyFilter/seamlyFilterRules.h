@@ -1,0 +1,76 @@
+#pragma once
+
+#include "lib/seamlyFilter/seamlyFilter.h"
+
+#include <array>
+#include <cstddef>
+#include <forward_list>
+#include <optional>
+#include <string>
+#include <string_view>
+
+// The table of rule sets and how it is filled from texts.
+
+constexpr int kMaxRuleSets = 1024;
+constexpr std::size_t kMaxRuleText = 260;  ///< bytes of a line or a value, terminator included
+
+/// The keys of a rule, by the numbers that stand in the messages.
+enum class RuleKey : int {
+  None = 0,
+  Company = 1,
+  Product = 2,
+  Major = 3,
+  Minor = 4,
+  Build = 5,
+  Revision = 6,
+  ClassName = 7,
+  Type = 8,
+  Action = 9,
+  NotApplicableTo = 10,
+};
+
+struct RuleItem {
+  RuleKey key;
+  std::string value;  ///< UTF-8, less than kMaxRuleText bytes
+};
+
+/// The last item that was written stands first.
+using RuleSet = std::forward_list<RuleItem>;
+
+struct RuleTable {
+  std::array<RuleSet, kMaxRuleSets> sets;
+  int last = -1;  ///< index of the last rule set in use
+};
+
+/// The rules of the process.
+RuleTable& SeamlyFilterRules();
+
+/// Where the reading of one source of rule sets (a file, a registry value) stands.
+struct RuleReading {
+  const char* context = nullptr;  ///< null for none
+  int begun = 0;                  ///< rule sets of this source that are in the table
+  bool notApplicable = false;     ///< the rule set being read is to be dropped at its end
+};
+
+/// The two sides of "key=value". Nothing is trimmed; nothing comes of a text without "=".
+struct RuleText {
+  std::string_view key;
+  std::string_view value;
+};
+std::optional<RuleText> SeamlyFilterSplitText(std::string_view text);
+
+/// The numbers behind the names, which are told apart by case.
+RuleKey SeamlyFilterKeyOf(std::string_view name);     ///< None for an unknown name
+int SeamlyFilterWindowTypeOf(std::string_view name);  ///< kWindowTypeNone for an unknown name
+int SeamlyFilterActionOf(std::string_view name);      ///< kRuleActionNone for an unknown name
+
+/// Starts a rule set. False when the table is full: the last rule set then goes on.
+bool SeamlyFilterBeginRule(RuleReading& reading);
+/// Adds an item to the current rule set, or decides by a "notapplicableto" whether that is to be dropped.
+void SeamlyFilterAddItem(RuleReading& reading, RuleKey key, std::string_view value);
+/// Drops the current rule set when it is not applicable.
+void SeamlyFilterEndRule(RuleReading& reading);
+
+/// Handles one line of a rule file, without its line end. Returns the key of the item that the line held, None when it
+/// held none.
+RuleKey SeamlyFilterParseLine(std::string_view line, RuleReading& reading);
