@@ -31,6 +31,7 @@ QuarryImpl::QuarryImpl(LogCallback log, bool buildFileTypeDatabase)
     : fileTypesEnabled_(buildFileTypeDatabase),
       config_(MakeConfig(log)),
       iconBoss_(IconBoss::Create(*config_)),
+      windowManager_(std::make_unique<WindowManager>()),
       hiddenWindow_(CreateHiddenWindow()),
       settingsKey_(std::make_unique<Registry>(kSettingsRoot, true)) {}
 
@@ -76,7 +77,20 @@ bool QuarryImpl::VerifyApplication(const std::wstring& path) {
   return AbstractApp::NewAppFromPath(nullptr, expanded) != nullptr;
 }
 
-WindowList QuarryImpl::GetOpenWindows() { return {}; }
+WindowList QuarryImpl::GetOpenWindows() {
+  return windowManager_->Enumerate({L"", true, WindowCriteria::kMatchVisibility});
+}
+
+WindowList QuarryImpl::GetWindowsOf(const Application& application) const {
+  const std::wstring path = application.GetPath();
+  const std::wstring imagePath = application.GetTargetPath();
+  Log(LogLevel::Detail, L"Getting windows for app %s (image path %s)\n", path.c_str(), imagePath.c_str());
+  if (imagePath.empty()) {
+    Log(LogLevel::Warning, L"Unable to get an image path for %s\n", path.c_str());
+    return {};
+  }
+  return windowManager_->Enumerate({imagePath, true, WindowCriteria::kMatchAll});
+}
 
 std::uint32_t QuarryImpl::LaunchApplication(const std::wstring& /*path*/, std::uint32_t /*flags*/,
                                             const std::wstring& /*arguments*/, const std::wstring& /*workingDirectory*/,

@@ -4,7 +4,9 @@
 #include "quarry/config/config.h"
 #include "quarry/diagnostics/objectCounters.h"
 #include "quarry/facade/quarry.h"
+#include "quarry/facade/ruleLifetime.h"
 #include "quarry/icons/iconBoss.h"
+#include "quarry/windows/windowManager.h"
 
 #include "lib/misc/platformHandles.h"
 
@@ -31,13 +33,18 @@ class QuarryImpl : public Quarry {
                                   const std::wstring& workingDirectory, std::int32_t parameterCount,
                                   const QuarryLaunchParameter* parameters) override;
 
+  /// The visible windows of the program that `application` runs as; none, with a message, when it has no target.
+  WindowList GetWindowsOf(const Application& application) const;
+
  private:
   DirectoryScanner Scanner() const { return {*config_, iconBoss_.get()}; }
 
+  RuleLifetime rules_;  // outlives the rest
   bool fileTypesEnabled_;
   ObjectCount count_{"QuarryImpl"};
   std::unique_ptr<Config> config_;
   std::unique_ptr<IconBoss> iconBoss_;  // null when there is no place for icons; all else works without
+  std::unique_ptr<WindowManager> windowManager_;
   ComReference comInterface_;
   UniqueWindow hiddenWindow_;
   std::unique_ptr<Registry> settingsKey_;

@@ -1,0 +1,203 @@
+#include "quarry/windows/windowManager.h"
+
+#include "quarry/diagnostics/log.h"
+#include "quarry/paths/expandPath.h"
+#include "quarry/windows/verboseWindowLog.h"
+#include "quarry/windows/windowImpl.h"
+#include "quarry/windows/windowProbe.h"
+
+#include "lib/seamlyFilter/seamlyFilter.h"
+
+#include <algorithm>
+#include <exception>
+#include <string_view>
+
+namespace quarry {
+
+namespace {
+
+constexpr wchar_t kHiddenWindowsEvent[] = L"Local\\VelkorSeamlyWindowsHiddenByHost";
+constexpr wchar_t kTrayIconsEvent[] = L"Local\\SeamlyTrayIconsActiveEvent";
+
+enum class SpecialCase { None, Skip, Keep };
+
+UniqueKernelHandle OpenEventByName(const wchar_t* name) {
+  return UniqueKernelHandle(CreateEventW(nullptr, TRUE, FALSE, name));
+}
+
+bool IsSignalled(const UniqueKernelHandle& event) {
+  return event && WaitForSingleObject(event.get(), 0) == WAIT_OBJECT_0;
+}
+
+wchar_t LowerAscii(wchar_t character) {
+  return character >= L'A' && character <= L'Z' ? static_cast<wchar_t>(character - L'A' + L'a') : character;
+}
+
+bool SameImagePath(std::wstring_view left, std::wstring_view right) {
+  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                    [](wchar_t one, wchar_t other) { return LowerAscii(one) == LowerAscii(other); });
+}
+
+SpecialCase FindSpecialCase(const WindowAttributes& attributes, const std::wstring& imagePath) {
+  static const std::wstring shell = ExpandPath(L"%windir%\\explorer.exe");
+  static const std::wstring taskHost = ExpandPath(L"%windir%\\system32\\taskhost");
+  if (imagePath == shell && attributes.title.empty() && attributes.HasAny(WS_CAPTION)) return SpecialCase::Skip;
+  if (!imagePath.starts_with(taskHost)) return SpecialCase::None;
+  // The input method's floating bar.
+  const bool languageBar =
+      attributes.title == L"TF_FloatingLangBar_WndTitle" || attributes.className == L"CiceroUIWndFrame";
+  return languageBar ? SpecialCase::Skip : SpecialCase::None;
+}
+
+bool IsTooSmall(const RECT& rectangle) {
+  const std::int64_t width = std::int64_t{rectangle.right} - rectangle.left;
+  const std::int64_t height = std::int64_t{rectangle.bottom} - rectangle.top;
+  return width < 2 && height < 2;
+}
+
+bool IsTaskbar(const std::wstring& className) {
+  return className == L"Shell_TrayWnd" || className == L"Shell_SecondaryTrayWnd";
+}
+
+/// Runs the tests by which a window is kept or skipped. The first that decides ends them.
+bool IsWanted(HWND window, const WindowAttributes& attributes, const WindowProcess& process,
+              const WindowCriteria& criteria) {
+  const SpecialCase special = FindSpecialCase(attributes, process.imagePath);
+  if (special == SpecialCase::Skip) {
+    VerboseLog(L"    Skipped (special case)\n");
+    return false;
+  }
+  if (special == SpecialCase::Keep) {
+    VerboseLog(L"    Kept (special case)\n");
+    return true;
+  }
+  if (attributes.HasAny(WS_CHILD)) {
+    VerboseLog(L"    Skipped (child)\n");
+    return false;
+  }
+  if ((criteria.flags & WindowCriteria::kMatchImagePath) != 0 &&
+      !SameImagePath(process.imagePath, criteria.imagePath)) {
+    VerboseLog(L"    Skipped (image path mismatch)\n");
+    return false;
+  }
+  if ((criteria.flags & WindowCriteria::kMatchVisibility) != 0 && attributes.IsVisible() != criteria.visible) {
+    VerboseLog(L"    Skipped (visibility mismatch)\n");
+    return false;
+  }
+  if (IsTooSmall(attributes.rectangle)) {
+    VerboseLog(L"    Skipped (window is too small)\n");
+    return false;
+  }
+  const SeamlyFilterMatch rule = SeamlyFilter_FindMatchingRule(window);
+  if (rule.matched && rule.action == kRuleActionBlock) {
+    VerboseLog(L"    Skipped (blocked by filter)\n");
+    return false;
+  }
+  constexpr DWORD kBalloon = WS_EX_TRANSPARENT | WS_EX_LAYERED;
+  if (rule.windowType != kWindowTypeTooltip && (attributes.info.dwExStyle & kBalloon) == kBalloon) {
+    VerboseLog(L"    Skipped (transparent balloon window)\n");
+    return false;
+  }
+  // Child windows are gone by now; this holds for a chain whose order is changed.
+  if (attributes.HasAny(WS_CHILD) && rule.windowType != kWindowTypeCombobox) {
+    VerboseLog(L"    Skipped (child window)\n");
+    return false;
+  }
+  if (IsTaskbar(attributes.className)) {
+    VerboseLog(L"    Skipped (taskbar window)\n");
+    return false;
+  }
+  VerboseLog(L"    Kept (attribute match)\n");
+  return true;
+}
+
+void Classify(HWND window, const WindowCriteria& criteria, WindowList& windows) {
+  VerboseLog(L"Found a window, handle %p...\n", window);
+  const WindowProcess process = ProbeProcess(window);
+  if (process.id == static_cast<std::int32_t>(GetCurrentProcessId())) {
+    VerboseLog(L"    Skipped (own process)\n");
+    return;
+  }
+  const WindowAttributes attributes = ProbeAttributes(window);
+  if (IsVerboseWindowLogOn()) DumpAttributes(attributes, process);
+  if (!IsWanted(window, attributes, process, criteria)) return;
+  windows.push_back(std::make_shared<WindowImpl>(window, process.id, attributes.title, process.imagePath,
+                                                 attributes.IsVisible(), attributes.IsMinimized()));
+}
+
+/// What travels through the platform's enumeration.
+struct Enumeration {
+  WindowCriteria criteria;
+  WindowList windows;
+  bool delivered = false;
+  std::exception_ptr failure;  // must not pass through the platform's frames
+};
+
+BOOL CALLBACK Visit(HWND window, LPARAM parameter) noexcept {
+  auto& enumeration = *reinterpret_cast<Enumeration*>(parameter);
+  enumeration.delivered = true;
+  if (enumeration.failure != nullptr) return TRUE;
+  try {
+    Classify(window, enumeration.criteria, enumeration.windows);
+  } catch (...) {
+    enumeration.failure = std::current_exception();
+  }
+  return TRUE;
+}
+
+WindowList FindWindows(const WindowCriteria& criteria) {
+  Enumeration enumeration{criteria, {}, false, nullptr};
+  const auto parameter = reinterpret_cast<LPARAM>(&enumeration);
+  EnumChildWindows(nullptr, Visit, parameter);
+  // Microsoft Learn, EnumChildWindows: without a parent it is equivalent to EnumWindows. Not every system does it.
+  if (!enumeration.delivered) EnumWindows(Visit, parameter);
+  if (enumeration.failure != nullptr) std::rethrow_exception(enumeration.failure);
+  return std::move(enumeration.windows);
+}
+
+void LogResults(const WindowList& windows) {
+  Log(LogLevel::Detail, L"Window enumeration results: %d\n", static_cast<int>(windows.size()));
+  int number = 0;
+  for (const WindowPtr& window : windows) {
+    Log(LogLevel::Detail, L"#%d title=\"%s\" image=\"%s\"\n", ++number, window->GetTitle().c_str(),
+        window->GetImagePath().c_str());
+  }
+}
+
+}  // namespace
+
+WindowManager::WindowManager() {
+  hiddenWindowsEvent_ = OpenEventByName(kHiddenWindowsEvent);
+  if (!hiddenWindowsEvent_) {
+    Log(LogLevel::Error, L"Failed to create hidden Seamly window event with error 0x%08x.\n", GetLastError());
+  }
+  trayIconsEvent_ = OpenEventByName(kTrayIconsEvent);
+  if (!trayIconsEvent_) {
+    Log(LogLevel::Error, L"Failed to create Seamly tray icons active event with error 0x%08x.\n", GetLastError());
+  }
+}
+
+WindowList WindowManager::Enumerate(const WindowCriteria& criteria) const {
+  Log(LogLevel::Detail, L"Enumerating all windows...\n");
+  WindowList windows = FindWindows(criteria);
+  if ((criteria.flags & WindowCriteria::kMatchImagePath) == 0) AddDummyWindow(windows);
+  LogResults(windows);
+  return windows;
+}
+
+void WindowManager::AddDummyWindow(WindowList& windows) const {
+  const bool hidden = IsSignalled(hiddenWindowsEvent_);
+  const bool trayIcons = IsSignalled(trayIconsEvent_);
+  if (hidden) {
+    Log(LogLevel::Detail, L"One or more Seamly windows were hidden by the client. Adding a dummy window.\n");
+  }
+  if (trayIcons) {
+    Log(LogLevel::Detail,
+        L"One or more system tray icons were added by applications that were launched by the user. Adding a dummy "
+        L"window.\n");
+  }
+  if (!hidden && !trayIcons) return;
+  windows.push_back(std::make_shared<WindowImpl>(nullptr, 0, L"Hidden Seamly window", L"", true, false));
+}
+
+}  // namespace quarry
