@@ -49,6 +49,8 @@ constexpr OsEdition kEditions[] = {
     {0xBF, L"IoT LTSC", L"IoT Enterprise LTSC"},
 };
 
+std::optional<int> chosenGeneration;
+
 using RtlGetVersionFn = LONG(WINAPI*)(OSVERSIONINFOW*);
 
 std::wstring FamilyName(const OsVersion& version) {
@@ -94,9 +96,12 @@ int Os_GenerationOf(const OsVersion& version) {
 }
 
 int Os_GetGeneration() {
+  if (chosenGeneration) return *chosenGeneration;
   const std::optional<OsVersion> version = Os_GetVersion();
   return version ? Os_GenerationOf(*version) : kOsGenerationUnknown;
 }
+
+void Os_SetGeneration(std::optional<int> generation) noexcept { chosenGeneration = generation; }
 
 const OsEdition* Os_FindEdition(DWORD productType) {
   const auto* const found =

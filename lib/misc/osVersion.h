@@ -36,6 +36,9 @@ int Os_GenerationOf(const OsVersion& version);
 /// The generation of this system, kOsGenerationUnknown when it cannot be told.
 int Os_GetGeneration();
 
+/// Answers `generation` from now on, so that tests reach what only older systems do; nothing goes back to detection.
+void Os_SetGeneration(std::optional<int> generation) noexcept;
+
 /// Looks a product type up in the table of editions; null for one that is not in it.
 const OsEdition* Os_FindEdition(DWORD productType);
 
