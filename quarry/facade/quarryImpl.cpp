@@ -2,10 +2,13 @@
 
 #include "quarry/apps/abstractApp.h"
 #include "quarry/facade/hiddenWindow.h"
+#include "quarry/fileTypes/registeredExtensionsImpl.h"
 #include "quarry/icons/hash.h"
 #include "quarry/paths/expandPath.h"
 
+#include "lib/appUtil/appUtilFileTypesWin32.h"
 #include "lib/misc/fileBytes.h"
+#include "lib/misc/tickCount.h"
 
 #include <new>
 #include <optional>
@@ -21,6 +24,18 @@ std::unique_ptr<Config> MakeConfig(LogCallback log) {
   return std::make_unique<Config>();
 }
 
+constexpr std::uint64_t kFileTypesLifetimeMilliseconds = 15000;
+
+/// Returns the tick count after the build.
+std::uint64_t BuildFileTypes() {
+  const std::uint64_t started = TickCount_Now();
+  AppUtil_BuildGlobalApplicationList(kFileTypesProtocols);
+  const std::uint64_t ended = TickCount_Now();
+  Log(LogLevel::Notable, L"Building the file extension database took %u ms.\n",
+      static_cast<std::uint32_t>(ended - started));
+  return ended;
+}
+
 }  // namespace
 
 std::unique_ptr<Quarry> CreateQuarry(LogCallback log, bool buildFileTypeDatabase) {
@@ -33,6 +48,7 @@ QuarryImpl::QuarryImpl(LogCallback log, bool buildFileTypeDatabase)
       iconBoss_(IconBoss::Create(*config_)),
       windowManager_(std::make_unique<WindowManager>()),
       hiddenWindow_(CreateHiddenWindow()),
+      fileTypesBuiltAt_(buildFileTypeDatabase ? BuildFileTypes() : 0),
       settingsKey_(std::make_unique<Registry>(kSettingsRoot, true)) {}
 
 QuarryImpl::~QuarryImpl() { Hash::ReleaseProvider(); }
@@ -65,9 +81,10 @@ std::vector<std::uint8_t> QuarryImpl::GetIconData(const std::wstring& name) {
   return std::move(bytes).value_or(std::vector<std::uint8_t>());
 }
 
-RegisteredExtensionsPtr QuarryImpl::GetApplicationRegisteredExtensions(const wchar_t* /*path*/) {
+RegisteredExtensionsPtr QuarryImpl::GetApplicationRegisteredExtensions(const wchar_t* path) {
   if (!fileTypesEnabled_) throw std::bad_alloc();
-  return nullptr;
+  if (TickCount_Now() - fileTypesBuiltAt_ >= kFileTypesLifetimeMilliseconds) fileTypesBuiltAt_ = BuildFileTypes();
+  return std::make_shared<RegisteredExtensionsImpl>(path);
 }
 
 bool QuarryImpl::VerifyApplication(const std::wstring& path) {

@@ -47,6 +47,7 @@ class QuarryImpl : public Quarry {
   std::unique_ptr<WindowManager> windowManager_;
   ComReference comInterface_;
   UniqueWindow hiddenWindow_;
+  std::uint64_t fileTypesBuiltAt_;  // tick count after the last build of the file-type database; 0 without one
   std::unique_ptr<Registry> settingsKey_;
 };
 

@@ -1,0 +1,130 @@
+#include "lib/appUtil/appUtilFileTypesWin32Declared.h"
+
+#include "lib/appUtil/allocationGuard.h"
+#include "lib/appUtil/appUtilFileTypesWin32Record.h"
+#include "lib/appUtil/appUtilFileTypesWin32Registry.h"
+#include "lib/misc/logEntry.h"
+#include "lib/misc/win32uRegistry.h"
+
+#include <boost/make_shared.hpp>
+
+#include <optional>
+#include <string>
+
+namespace {
+
+constexpr const char* kBrowserKeys[] = {"FirefoxURL", "SafariURL", "Applications\\Opera.exe",
+                                        "Applications\\iexplore.exe", "ChromeHTML"};
+constexpr const char* kBrowserProtocols[] = {"http", "https"};
+
+bool IsClass(const std::string& name) {
+  UniqueRegistryKey key;
+  return AppUtilOpenRegistryKey(HKEY_CLASSES_ROOT, name, KEY_READ, key) == ERROR_SUCCESS;
+}
+
+void LogUnopened(const char* function, const std::string& path) {
+  LogEntry("%s: Unable to open key with path %s\n", function, path.c_str());
+}
+
+/// The text of a value that was found in an enumeration; nothing, with a message, when it cannot be read.
+std::optional<std::string> ReadEnumerated(const WinRegValue& value, REGSAM view, const char* function) {
+  UniqueRegistryKey key;
+  if (AppUtilOpenRegistryKey(value.rootKey, value.path, KEY_QUERY_VALUE | view, key) != ERROR_SUCCESS) {
+    LogUnopened(function, value.path);
+    return std::nullopt;
+  }
+  return AppUtilReadRegistryValue(key.get(), value.name);
+}
+
+bool IsText(const WinRegValue& value, const char* function) {
+  if (value.type == REG_SZ) return true;
+  LogEntry("%s: Key type %d is not REG_SZ\n", function, value.type);
+  return false;
+}
+
+void AddApplicationsFromSoftwareClientsMailCB(const WinRegSubkey& client, FileTypeList& types) {
+  const std::string path = client.path + '\\' + client.name + "\\Protocols\\mailto\\shell\\open\\command";
+  UniqueRegistryKey key;
+  if (AppUtilOpenRegistryKey(client.rootKey, path, KEY_QUERY_VALUE, key) != ERROR_SUCCESS) {
+    LogUnopened("AddApplicationsFromSoftwareClientsMailCB", path);
+    return;
+  }
+  const std::optional<std::wstring> command = AppUtilReadRegistryText(key.get(), L"");
+  if (!command) return;
+  const auto record = boost::make_shared<FileTypeInfoWin32>("mailto", 1u);
+  record->AddApplicationWithCommandLine(*command);
+  types.push_back(record);
+}
+
+/// One declared type: the value's name is an extension or protocol, its data the prog ID that opens it.
+void AddApplicationsFromCapabilitiesHelper(const WinRegValue& value, std::uint32_t isProtocol, REGSAM view,
+                                           FileTypeList& types) {
+  static constexpr char kFunction[] = "AddApplicationsFromCapabilitiesHelper";
+  if (!IsText(value, kFunction)) return;
+  const std::optional<std::string> progId = ReadEnumerated(value, view, kFunction);
+  if (!progId) return;
+  const auto record = boost::make_shared<FileTypeInfoWin32>(value.name, isProtocol);
+  record->AddHandlerForName(*progId);
+  types.push_back(record);
+}
+
+/// One application: the value's data is the path of its capabilities.
+void AddApplicationsFromCapabilitiesAssociationsListCB(const WinRegValue& value, FileTypeList& types) {
+  static constexpr char kFunction[] = "AddApplicationsFromCapabilitiesAssociationsListCB";
+  static constexpr struct {
+    const char* key;
+    std::uint32_t isProtocol;
+    REGSAM view;
+  } kLists[] = {
+      {"\\FileAssociations", 0, 0},
+      {"\\URLAssociations", 1, 0},
+      {"\\FileAssociations", 0, KEY_WOW64_32KEY},
+      {"\\URLAssociations", 1, KEY_WOW64_32KEY},
+  };
+  if (!IsText(value, kFunction)) return;
+  const std::optional<std::string> capabilities = ReadEnumerated(value, 0, kFunction);
+  if (!capabilities) return;
+  for (const auto& list : kLists) {
+    const std::string path = *capabilities + list.key;
+    const LSTATUS status =
+        WinReg_EnumerateValues(HKEY_LOCAL_MACHINE, path, list.view, [&](const WinRegValue& type, bool& /*proceed*/) {
+          AddApplicationsFromCapabilitiesHelper(type, list.isProtocol, list.view, types);
+          return ERROR_SUCCESS;
+        });
+    if (status != ERROR_SUCCESS) LogUnopened(kFunction, path);
+  }
+}
+
+}  // namespace
+
+void AppUtilAddBrowsers(FileTypeList& types) {
+  for (const char* const browser : kBrowserKeys) {
+    if (!IsClass(browser)) continue;
+    for (const char* const protocol : kBrowserProtocols) {
+      // Messages name the browser while its command is read.
+      const auto record = boost::make_shared<FileTypeInfoWin32>(browser, 1u);
+      record->AddOpenCommand(browser);
+      record->typeName = protocol;
+      types.push_back(record);
+    }
+  }
+}
+
+void AppUtilAddMailClients(FileTypeList& types) {
+  WinReg_EnumerateSubkeys(HKEY_LOCAL_MACHINE, "Software\\Clients\\Mail",
+                          [&](const WinRegSubkey& client, bool& /*proceed*/) {
+                            AppUtilGuardAllocation(kFileTypesSource, __LINE__,
+                                                   [&] { AddApplicationsFromSoftwareClientsMailCB(client, types); });
+                            return ERROR_SUCCESS;
+                          });
+}
+
+void AppUtilAddCapabilities(FileTypeList& types) {
+  WinReg_EnumerateValues(HKEY_LOCAL_MACHINE, "Software\\RegisteredApplications", 0,
+                         [&](const WinRegValue& application, bool& /*proceed*/) {
+                           AppUtilGuardAllocation(kFileTypesSource, __LINE__, [&] {
+                             AddApplicationsFromCapabilitiesAssociationsListCB(application, types);
+                           });
+                           return ERROR_SUCCESS;
+                         });
+}

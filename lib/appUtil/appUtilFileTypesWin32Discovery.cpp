@@ -1,0 +1,110 @@
+#include "lib/appUtil/allocationGuard.h"
+#include "lib/appUtil/appUtilFileTypesWin32.h"
+#include "lib/appUtil/appUtilFileTypesWin32Caches.h"
+#include "lib/appUtil/appUtilFileTypesWin32CommandLine.h"
+#include "lib/appUtil/appUtilFileTypesWin32Declared.h"
+#include "lib/appUtil/appUtilFileTypesWin32Record.h"
+#include "lib/appUtil/appUtilFileTypesWin32Registry.h"
+#include "lib/appUtil/lowerCase.h"
+#include "lib/misc/logEntry.h"
+#include "lib/misc/osVersion.h"
+#include "lib/misc/tickCount.h"
+
+#include <boost/make_shared.hpp>
+
+#include <unordered_map>
+
+namespace {
+
+using ApplicationTable = std::unordered_map<std::string, std::vector<ConstFileTypeInfoPtr>>;
+
+constexpr std::uint32_t kCacheLifetimeMilliseconds = 60 * 60 * 1000;
+
+// Microsoft Learn, "Registry Element Size Limits".
+constexpr DWORD kKeyNameCapacity = 255 + 1;
+
+ApplicationTable& GlobalApplications() {
+  static ApplicationTable table;
+  return table;
+}
+
+void ClearOldCaches() {
+  static std::uint32_t clearedAt = 0;  // never
+  const std::uint32_t now = TickCount_Now32();
+  if (clearedAt != 0 && now - clearedAt < kCacheLifetimeMilliseconds) return;
+  LogEntry("%s: Clearing the global app caches.\n", "AppUtil_BuildGlobalApplicationList");
+  AppUtilFileTypeCaches().Clear();
+  clearedAt = now;
+}
+
+bool IsProtocol(const std::string& className) {
+  UniqueRegistryKey key;
+  return AppUtilOpenRegistryKey(HKEY_CLASSES_ROOT, className, KEY_READ, key) == ERROR_SUCCESS &&
+         AppUtilHasRegistryValue(key.get(), L"URL Protocol");
+}
+
+/// The extensions and, when asked for, the protocols among the classes of this host.
+FileTypeList EnumerateTypes(std::uint32_t flags) {
+  FileTypeList types;
+  DWORD count = 0;
+  if (RegQueryInfoKeyW(HKEY_CLASSES_ROOT, nullptr, nullptr, nullptr, &count, nullptr, nullptr, nullptr, nullptr,
+                       nullptr, nullptr, nullptr) != ERROR_SUCCESS) {
+    return types;
+  }
+  std::wstring buffer(kKeyNameCapacity, L'\0');
+  for (DWORD index = 0; index < count; ++index) {
+    DWORD length = kKeyNameCapacity;
+    if (RegEnumKeyExW(HKEY_CLASSES_ROOT, index, buffer.data(), &length, nullptr, nullptr, nullptr, nullptr) !=
+        ERROR_SUCCESS) {
+      continue;
+    }
+    const std::string name = Unicode_Utf8FromWide({buffer.data(), length});
+    if (name.starts_with('.')) types.push_back(boost::make_shared<FileTypeInfoWin32>(name, 0u));
+    if ((flags & kFileTypesProtocols) != 0 && IsProtocol(name)) {
+      types.push_back(boost::make_shared<FileTypeInfoWin32>(name, 1u));
+    }
+  }
+  return types;
+}
+
+void AddDeclaredTypes(std::uint32_t flags, FileTypeList& types) {
+  const int generation = Os_GetGeneration();
+  if (generation >= kOsGenerationVista) {
+    AppUtilAddCapabilities(types);
+  } else if ((flags & kFileTypesProtocols) != 0) {
+    AppUtilAddBrowsers(types);
+    AppUtilAddMailClients(types);
+  }
+}
+
+ApplicationTable FileByHandler(const FileTypeList& types) {
+  ApplicationTable table;
+  for (const FileTypeInfoPtr& type : types) {
+    for (const std::string& path : type->handlerPaths) {
+      std::vector<ConstFileTypeInfoPtr>& records = table[path];
+      // A record's own entries follow one another, so the last one is the only one to look at.
+      if (records.empty() || records.back() != type) records.push_back(type);
+    }
+  }
+  return table;
+}
+
+}  // namespace
+
+void AppUtil_BuildGlobalApplicationList(std::uint32_t flags) {
+  ClearOldCaches();
+  AppUtilForgetUnreachableServers();
+  FileTypeList types = EnumerateTypes(flags);
+  for (const FileTypeInfoPtr& type : types) {
+    AppUtilGuardAllocation(kFileTypesSource, __LINE__, [&] { type->Load(flags); });
+  }
+  AddDeclaredTypes(flags, types);
+  GlobalApplications() = FileByHandler(types);
+}
+
+std::vector<ConstFileTypeInfoPtr> AppUtil_FindFileTypes(const std::string& applicationPath) {
+  const std::optional<std::string> path = AppUtil_ToLowerUtf8(applicationPath);
+  if (!path) return {};
+  const auto entry = GlobalApplications().find(*path);
+  return entry == GlobalApplications().end() ? std::vector<ConstFileTypeInfoPtr>() : entry->second;
+}

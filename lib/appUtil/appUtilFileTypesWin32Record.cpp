@@ -1,0 +1,294 @@
+#include "lib/appUtil/appUtilFileTypesWin32Record.h"
+
+#include "lib/appUtil/actionUri.h"
+#include "lib/appUtil/appUtilFileTypesWin32Caches.h"
+#include "lib/appUtil/appUtilFileTypesWin32CommandLine.h"
+#include "lib/appUtil/appUtilFileTypesWin32Indirect.h"
+#include "lib/appUtil/appUtilFileTypesWin32Registry.h"
+#include "lib/misc/logEntry.h"
+#include "lib/misc/tickCount.h"
+#include "lib/misc/win32uRegistry.h"
+
+#include <boost/make_shared.hpp>
+
+#include <shlwapi.h>
+
+#include <cwctype>
+#include <new>
+#include <string_view>
+
+namespace {
+
+constexpr std::string_view kOpenCommand = "\\shell\\open\\command";
+constexpr std::string_view kExplorerTypes = "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\FileExts\\";
+
+// A name that makes a longer path is no type that a program registers; Explorer itself knows no such keys.
+constexpr std::size_t kLongestKeyPath = 254;
+
+// Lists that a person or Explorer keeps hold a few names.
+constexpr DWORD kLongestListBytes = 1024;
+
+// Any user's program can fill a type's lists, and each name in them costs registry reads: a list is read no longer.
+constexpr std::uint32_t kLongestListMilliseconds = 10000;
+
+std::optional<std::string> KeyPath(std::string_view parent, std::string_view name, std::string_view child) {
+  if (parent.size() + name.size() + child.size() > kLongestKeyPath) return std::nullopt;
+  return std::string(parent).append(name).append(child);
+}
+
+/// Tells when a list has taken so long that the rest of it is left out.
+class ListBudget {
+ public:
+  ListBudget(const char* function, std::string path) : function_(function), path_(std::move(path)) {}
+
+  bool IsSpent() const {
+    const std::uint32_t elapsed = TickCount_Now32() - started_;
+    if (elapsed < kLongestListMilliseconds) return false;
+    LogEntry("%s: Leaving out the rest of '%s' after %u ms.\n", function_, path_.c_str(), elapsed);
+    return true;
+  }
+
+ private:
+  const char* function_;
+  std::string path_;
+  std::uint32_t started_ = TickCount_Now32();
+};
+
+/// The name that a prog ID gives to its types, unresolved and possibly empty.
+std::string FriendlyTypeName(const std::string& progId) {
+  auto& cache = AppUtilFileTypeCaches().friendlyTypeNameCache;
+  if (const auto known = cache.find(progId); known != cache.end()) return known->second;
+  std::string name;
+  UniqueRegistryKey key;
+  if (AppUtilOpenRegistryKey(HKEY_CLASSES_ROOT, progId, KEY_READ, key) == ERROR_SUCCESS) {
+    std::optional<std::wstring> text = AppUtilReadRegistryText(key.get(), L"FriendlyTypeName");
+    if (!text) text = AppUtilReadRegistryText(key.get(), L"");
+    if (text) name = Unicode_Utf8FromWide(*text);
+  }
+  return cache.emplace(progId, std::move(name)).first->second;
+}
+
+ASSOCF AssociationFlags(const std::string& name) {
+  const ASSOCF flags = ASSOCF_INIT_IGNOREUNKNOWN | ASSOCF_REMAPRUNDLL | ASSOCF_NOTRUNCATE;
+  return name.find(".exe") == std::string::npos ? flags : flags | ASSOCF_INIT_BYEXENAME;
+}
+
+/// The command line with which the shell opens, or else edits, files of a prog ID or with an application.
+/// Source: Microsoft Learn, AssocQueryStringW: S_FALSE answers a question for the length.
+std::optional<std::wstring> ShellCommandOf(const std::string& name) {
+  const std::wstring association = Unicode_WideFromUtf8(name);
+  const ASSOCF flags = AssociationFlags(name);
+  for (const wchar_t* const verb : {L"open", L"edit"}) {
+    DWORD length = 0;
+    if (AssocQueryStringW(flags, ASSOCSTR_COMMAND, association.c_str(), verb, nullptr, &length) != S_FALSE) continue;
+    if (length == 0) return std::nullopt;
+    std::wstring command(std::size_t{length} + 1, L'\0');
+    DWORD capacity = length + 1;
+    if (FAILED(AssocQueryStringW(flags, ASSOCSTR_COMMAND, association.c_str(), verb, command.data(), &capacity))) {
+      return std::nullopt;
+    }
+    return std::wstring(command.c_str());
+  }
+  return std::nullopt;
+}
+
+std::wstring WithoutLeadingSpace(const std::wstring& text) {
+  std::size_t begin = 0;
+  while (begin < text.size() && std::iswspace(text[begin]) != 0) ++begin;
+  return text.substr(begin);
+}
+
+/// The handler that a command line leads to, as the registry has it now.
+std::optional<FileTypeHandler> HandlerOf(const std::wstring& commandLine, const char* function) {
+  const std::optional<std::string> path = AppUtilHandlerPathOf(commandLine, function);
+  if (!path) return std::nullopt;
+  const std::optional<std::string> uri = AppUtil_ActionURIForCommandLine(commandLine);
+  if (!uri) return std::nullopt;
+  return FileTypeHandler{*path, *uri};
+}
+
+void LogShellNameFailure(const char* function, const std::string& typeName, HRESULT result) {
+  LogEntry("%s: Failed to get friendly name for file extension \"%s\".\n", function, typeName.c_str());
+  LogEntry("%s: AssocQueryString error 0x%lx.\n", function, result);
+}
+
+/// The shell's name for a type; nothing, with a message, when it has none.
+std::optional<std::string> ShellNameOf(const std::string& typeName) {
+  static constexpr char kFunction[] = "FileTypeInfoWin32::FriendlyName";
+  const std::wstring wideName = Unicode_WideFromUtf8(typeName);
+  if (wideName.empty() && !typeName.empty()) {
+    LogEntry("%s: Failed to convert extension to UTF16.\n", kFunction);
+    return std::nullopt;
+  }
+  DWORD length = 0;
+  HRESULT result = AssocQueryStringW(0, ASSOCSTR_FRIENDLYDOCNAME, wideName.c_str(), nullptr, nullptr, &length);
+  if (FAILED(result)) {
+    LogShellNameFailure(kFunction, typeName, result);
+    return std::nullopt;
+  }
+  if (length == 0) {
+    LogEntry("%s: File extension \"%s\" has no friendly name.\n", kFunction, typeName.c_str());
+    return std::nullopt;
+  }
+  try {
+    std::wstring name(length, L'\0');
+    result = AssocQueryStringW(0, ASSOCSTR_FRIENDLYDOCNAME, wideName.c_str(), nullptr, name.data(), &length);
+    if (FAILED(result)) {
+      LogShellNameFailure(kFunction, typeName, result);
+      return std::nullopt;
+    }
+    return Unicode_Utf8FromWide(name.c_str());
+  } catch (const std::bad_alloc&) {
+    LogEntry("%s: Failed to allocate %I64u bytes.\n", kFunction, std::uint64_t{length} * 2);
+    return std::nullopt;
+  }
+}
+
+}  // namespace
+
+LSTATUS FileTypeInfoWin32::Load(std::uint32_t flags) {
+  UniqueRegistryKey key;
+  const LSTATUS status = AppUtilOpenRegistryKey(HKEY_CLASSES_ROOT, typeName, KEY_READ, key);
+  if (status != ERROR_SUCCESS) return status;
+  // A type without a default value is nobody's, whatever its other keys list.
+  if (!AppUtilHasRegistryValue(key.get(), L"")) return ERROR_SUCCESS;
+  const std::optional<std::wstring> progId = AppUtilReadRegistryText(key.get(), L"");
+  if (progId) AddHandlerForName(Unicode_Utf8FromWide(*progId));
+  AddOpenCommand(typeName);
+  if ((flags & kFileTypesPerceivedType) != 0) AddHandlersOfPerceivedType(key.get());
+  key.reset();
+
+  const std::optional<std::wstring> again = AppUtilReadRegistryDefault(HKEY_CLASSES_ROOT, typeName);
+  if (again && !again->empty()) AddHandlerForName(Unicode_Utf8FromWide(*again));
+  if (const auto path = KeyPath("", typeName, "\\OpenWithList")) AddHandlersForSubkeys(*path);
+  if (const auto path = KeyPath("", typeName, "\\OpenWithProgIds")) AddHandlersForSubValues(HKEY_CLASSES_ROOT, *path);
+  if (const auto path = KeyPath(kExplorerTypes, typeName, "\\OpenWithProgIds")) {
+    AddHandlersForSubValues(HKEY_CURRENT_USER, *path);
+  }
+  AddMostRecentlyUsed();
+  return ERROR_SUCCESS;
+}
+
+void FileTypeInfoWin32::AddOpenCommand(const std::string& className) {
+  const std::optional<std::string> path = KeyPath("", className, kOpenCommand);
+  if (!path) return;
+  const std::optional<std::wstring> command = AppUtilReadRegistryDefault(HKEY_CLASSES_ROOT, *path);
+  if (command) AddApplicationWithCommandLine(*command);
+}
+
+void FileTypeInfoWin32::AddHandlersOfPerceivedType(HKEY typeKey) {
+  const std::optional<std::wstring> type = AppUtilReadRegistryText(typeKey, L"PerceivedType", kLongestListBytes);
+  if (!type) return;
+  const auto path = KeyPath("SystemFileAssociations\\", Unicode_Utf8FromWide(*type), "\\OpenWithList");
+  if (path) AddHandlersForSubkeys(*path);
+}
+
+void FileTypeInfoWin32::AddHandlersForSubkeys(const std::string& path) {
+  const ListBudget budget("FileTypeInfoWin32::Load", path);
+  WinReg_EnumerateSubkeys(HKEY_CLASSES_ROOT, path, [&](const WinRegSubkey& subkey, bool& proceed) {
+    AddHandlerForName(subkey.name);
+    proceed = !budget.IsSpent();
+    return ERROR_SUCCESS;
+  });
+}
+
+void FileTypeInfoWin32::AddHandlersForSubValues(HKEY rootKey, const std::string& path) {
+  static constexpr char kFunction[] = "FileTypeInfoWin32::AddHandlersForSubValues";
+  const ListBudget budget(kFunction, path);
+  WinReg_EnumerateValues(rootKey, path, 0, [&](const WinRegValue& value, bool& proceed) {
+    if (value.type == REG_NONE || (value.type == REG_SZ && !value.name.empty())) {
+      AddHandlerForName(value.name);
+    } else {
+      LogEntry("%s: Ignoring type '%s' handler '%s' because its type isn't correct (%u).\n", kFunction,
+               typeName.c_str(), value.name.c_str(), value.type);
+    }
+    proceed = !budget.IsSpent();
+    return ERROR_SUCCESS;
+  });
+}
+
+/// Explorer's list of the programs that the user opened the type with: values named by one letter each, and their
+/// order.
+void FileTypeInfoWin32::AddMostRecentlyUsed() {
+  const std::optional<std::string> path = KeyPath(kExplorerTypes, typeName, "\\OpenWithList");
+  UniqueRegistryKey key;
+  if (!path || AppUtilOpenRegistryKey(HKEY_CURRENT_USER, *path, KEY_READ, key) != ERROR_SUCCESS) return;
+  const std::optional<std::wstring> order = AppUtilReadRegistryText(key.get(), L"MRUList", kLongestListBytes);
+  if (!order) return;
+  for (const wchar_t letter : *order) {
+    const std::optional<std::wstring> name = AppUtilReadRegistryText(key.get(), std::wstring(1, letter));
+    if (name) AddHandlerForName(Unicode_Utf8FromWide(*name));
+  }
+}
+
+void FileTypeInfoWin32::AddHandlerForName(const std::string& name) {
+  const std::string friendlyName = FriendlyTypeName(name);
+  auto& cache = AppUtilFileTypeCaches().progIdCache;
+  auto known = cache.find(name);
+  if (known != cache.end()) {
+    AddHandler(known->second);
+  } else {
+    const std::optional<std::wstring> command = ShellCommandOf(name);
+    if (!command) return;
+    const std::optional<FileTypeHandler> handler = AddApplicationWithCommandLine(*command);
+    if (!handler) return;
+    known = cache.emplace(name, *handler).first;
+  }
+  if (!friendlyName.empty()) handlerNames.insert_or_assign(known->second.path, friendlyName);
+}
+
+std::optional<FileTypeHandler> FileTypeInfoWin32::AddApplicationWithCommandLine(const std::wstring& commandLine) {
+  static constexpr char kFunction[] = "FileTypeInfoWin32::AddApplicationWithCommandLine";
+  auto& cache = AppUtilFileTypeCaches().commandLineCache;
+  std::wstring line = WithoutLeadingSpace(commandLine);
+  if (const auto known = cache.find(line); known != cache.end()) {
+    AddHandler(known->second);
+    return known->second;
+  }
+  // A program that opens itself is started as a document: through the shell.
+  if (line.starts_with(L"\"%1\"")) line = L"%SystemRoot%\\explorer.exe \"%1\"";
+  const std::optional<FileTypeHandler> handler = HandlerOf(line, kFunction);
+  if (!handler) {
+    LogEntry("%s: Failed to add application '%s' as handler for type name '%s'.\n", kFunction,
+             Unicode_Utf8FromWide(line).c_str(), typeName.c_str());
+    return std::nullopt;
+  }
+  AddHandler(*handler);
+  cache.emplace(std::move(line), *handler);
+  return handler;
+}
+
+void FileTypeInfoWin32::AddHandler(const FileTypeHandler& handler) {
+  handlerPaths.push_back(handler.path);
+  actionUris.push_back(handler.actionUri);
+}
+
+std::string FileTypeInfoWin32::ApplicationFriendlyName(const std::string& handlerPath) const {
+  const auto entry = handlerNames.find(handlerPath);
+  if (entry == handlerNames.end() || entry->second.empty()) return {};
+  auto& cache = AppUtilFileTypeCaches().indirectNameCache;
+  if (const auto known = cache.find(entry->second); known != cache.end()) return known->second;
+  std::wstring resolved;
+  // The reference as it stands tells more than nothing when the module is gone.
+  if (FAILED(VlkSHLoadIndirectString(Unicode_WideFromUtf8(entry->second), resolved))) return entry->second;
+  return cache.emplace(entry->second, Unicode_Utf8FromWide(resolved)).first->second;
+}
+
+std::string FileTypeInfoWin32::FriendlyName() const {
+  auto& cache = AppUtilFileTypeCaches().friendlyNameCache;
+  if (const auto known = cache.find(typeName); known != cache.end()) return known->second;
+  const std::optional<std::string> name = ShellNameOf(typeName);
+  if (!name) return {};
+  return cache.emplace(typeName, *name).first->second;
+}
+
+FileTypeInfoPtr FileTypeInfoWin32::ForApplication(const std::string& handlerPath) const {
+  const auto record = boost::make_shared<FileTypeInfoWin32>(typeName, isProtocol);
+  for (std::size_t index = 0; index < handlerPaths.size(); ++index) {
+    if (handlerPaths[index] == handlerPath) record->AddHandler({handlerPaths[index], actionUris[index]});
+  }
+  if (const auto entry = handlerNames.find(handlerPath); entry != handlerNames.end()) {
+    record->handlerNames.insert(*entry);
+  }
+  return record;
+}

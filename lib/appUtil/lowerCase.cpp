@@ -1,0 +1,49 @@
+#include "lib/appUtil/lowerCase.h"
+
+#include "lib/misc/logEntry.h"
+#include "lib/misc/osVersion.h"
+#include "lib/unicode/unicode.h"
+
+#include <windows.h>
+
+#include <cstdint>
+#include <new>
+
+namespace {
+
+constexpr char kFunction[] = "AppUtil_ToLowerUtf16";
+
+/// Microsoft Learn, "Locale Identifiers": LOCALE_INVARIANT came with Windows XP.
+LCID LocaleForLowerCase() {
+  return Os_GetGeneration() <= kOsGenerationWindows2000 ? LOCALE_SYSTEM_DEFAULT : LOCALE_INVARIANT;
+}
+
+/// The length, with the terminator, that is written to `lower`; of a null one that it takes. 0 on failure.
+int MapToLower(const std::wstring& text, wchar_t* lower, int capacity) {
+  const int length = LCMapStringW(LocaleForLowerCase(), LCMAP_LOWERCASE, text.c_str(), -1, lower, capacity);
+  if (length == 0) LogEntry("%s: LCMapString error %#x.\n", kFunction, GetLastError());
+  return length;
+}
+
+}  // namespace
+
+std::optional<std::wstring> AppUtil_ToLowerUtf16(const std::wstring& text) {
+  const int length = MapToLower(text, nullptr, 0);
+  if (length == 0) return std::nullopt;
+  try {
+    std::wstring lower(static_cast<std::size_t>(length), L'\0');
+    if (MapToLower(text, lower.data(), length) == 0) return std::nullopt;
+    lower.pop_back();  // the terminator
+    return lower;
+  } catch (const std::bad_alloc&) {
+    LogEntry("%s: Failed to alloc %I64u bytes.\n", kFunction,
+             static_cast<std::uint64_t>(length) * std::uint64_t{sizeof(wchar_t)});
+    return std::nullopt;
+  }
+}
+
+std::optional<std::string> AppUtil_ToLowerUtf8(const std::string& text) {
+  const std::optional<std::wstring> lower = AppUtil_ToLowerUtf16(Unicode_WideFromUtf8(text));
+  if (!lower) return std::nullopt;
+  return Unicode_Utf8FromWide(*lower);
+}
