@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// What AppUtil_OpenItems is given.
+enum class OpenItemKind { File, Url };
+
+/// Opens files or URLs as the shell would open them with the application at `applicationPath`: through the handler of
+/// each item's extension or protocol that is that application. Returns the items that could not be opened so, in the
+/// order in which they were given up on. The calling thread must have COM initialised.
+std::vector<std::wstring> AppUtil_OpenItems(const std::vector<std::wstring>& items, OpenItemKind kind,
+                                            const std::wstring& applicationPath);
