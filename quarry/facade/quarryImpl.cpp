@@ -49,7 +49,9 @@ QuarryImpl::QuarryImpl(LogCallback log, bool buildFileTypeDatabase)
       windowManager_(std::make_unique<WindowManager>()),
       hiddenWindow_(CreateHiddenWindow()),
       fileTypesBuiltAt_(buildFileTypeDatabase ? BuildFileTypes() : 0),
-      settingsKey_(std::make_unique<Registry>(kSettingsRoot, true)) {}
+      settingsKey_(std::make_unique<Registry>(kSettingsRoot, true)),
+      launcher_(*settingsKey_, iconBoss_.get(), hiddenWindow_.get(),
+                [this](const Application& application) { return GetWindowsOf(application); }) {}
 
 QuarryImpl::~QuarryImpl() { Hash::ReleaseProvider(); }
 
@@ -109,11 +111,10 @@ WindowList QuarryImpl::GetWindowsOf(const Application& application) const {
   return windowManager_->Enumerate({imagePath, true, WindowCriteria::kMatchAll});
 }
 
-std::uint32_t QuarryImpl::LaunchApplication(const std::wstring& /*path*/, std::uint32_t /*flags*/,
-                                            const std::wstring& /*arguments*/, const std::wstring& /*workingDirectory*/,
-                                            std::int32_t /*parameterCount*/,
-                                            const QuarryLaunchParameter* /*parameters*/) {
-  return QUARRY_LAUNCH_REFUSED;
+std::uint32_t QuarryImpl::LaunchApplication(const std::wstring& path, std::uint32_t flags,
+                                            const std::wstring& arguments, const std::wstring& workingDirectory,
+                                            std::int32_t parameterCount, const QuarryLaunchParameter* parameters) {
+  return launcher_.Launch({path, flags, arguments, workingDirectory, parameterCount, parameters});
 }
 
 }  // namespace quarry

@@ -3,6 +3,7 @@
 #include "quarry/apps/comInterface.h"
 #include "quarry/config/config.h"
 #include "quarry/diagnostics/objectCounters.h"
+#include "quarry/facade/launcher.h"
 #include "quarry/facade/quarry.h"
 #include "quarry/facade/ruleLifetime.h"
 #include "quarry/icons/iconBoss.h"
@@ -49,6 +50,7 @@ class QuarryImpl : public Quarry {
   UniqueWindow hiddenWindow_;
   std::uint64_t fileTypesBuiltAt_;  // tick count after the last build of the file-type database; 0 without one
   std::unique_ptr<Registry> settingsKey_;
+  Launcher launcher_;
 };
 
 }  // namespace quarry

@@ -1,0 +1,96 @@
+#include "quarry/facade/launchParameters.h"
+
+#include "quarry/diagnostics/log.h"
+#include "quarry/facade/clientDrivePath.h"
+
+#include <windows.h>
+
+#include <shlwapi.h>
+
+#include <algorithm>
+#include <cwchar>
+
+namespace quarry {
+
+namespace {
+
+const wchar_t* OrEmpty(const wchar_t* text) { return text != nullptr ? text : L""; }
+
+bool IsType(const std::wstring& type, const wchar_t* name) { return _wcsicmp(type.c_str(), name) == 0; }
+
+/// A URL of the scheme "file" is only another spelling of the path that it names; every other value stands for itself.
+std::wstring PathNamedBy(const std::wstring& value) {
+  if (UrlIsW(value.c_str(), URLIS_FILEURL) == FALSE) return value;
+  std::wstring path(value.size() + MAX_PATH, L'\0');
+  auto length = static_cast<DWORD>(path.size());
+  // One that cannot be turned into a path is judged as the path behind its scheme, never as a URL.
+  if (FAILED(PathCreateFromUrlW(value.c_str(), path.data(), &length, 0))) return value.substr(value.find(L':') + 1);
+  path.resize(wcsnlen(path.c_str(), path.size()));
+  return path;
+}
+
+/// The platform's test looks for backslashes; the file system takes slashes as well.
+bool IsNetworkPath(std::wstring path) {
+  std::replace(path.begin(), path.end(), L'/', L'\\');
+  return PathIsNetworkPathW(path.c_str()) != FALSE;
+}
+
+void AcceptClientDrivePath(const std::wstring& path, LaunchItems& items) {
+  std::wstring sanitized = SanitizeClientDrivePath(path);
+  if (sanitized != path) {
+    Log(LogLevel::Detail, L"Sanitized share path '%s' -> '%s'.\n", path.c_str(), sanitized.c_str());
+  }
+  items.files.push_back(std::move(sanitized));
+}
+
+/// Accepts a file or URL into `items`; false, with a message, when the policy refuses it.
+bool AcceptPath(const std::wstring& value, bool allowLocalFiles, LaunchItems& items) {
+  const std::wstring path = PathNamedBy(value);
+  if (IsClientDrivePath(path)) {
+    AcceptClientDrivePath(path, items);
+    return true;
+  }
+  if (IsNetworkPath(path)) {
+    Log(LogLevel::Error,
+        L"The network path '%s' is not related to Client Drive Redirection and thus is not allowed to be opened.\n",
+        value.c_str());
+    return false;
+  }
+  if (PathIsURLW(path.c_str()) != FALSE) {
+    items.urls.push_back(path);
+    return true;
+  }
+  if (!allowLocalFiles) {
+    Log(LogLevel::Error, L"Opening the local file path '%s' is not allowed by administrator policy.\n", value.c_str());
+    return false;
+  }
+  items.files.push_back(path);
+  return true;
+}
+
+}  // namespace
+
+std::optional<LaunchItems> ReadLaunchParameters(std::int32_t count, const QuarryLaunchParameter* parameters,
+                                                bool allowLocalFiles) {
+  if (parameters == nullptr) {
+    Log(LogLevel::Error, L"Expecting customized parameters but none found\n");
+    return std::nullopt;
+  }
+  LaunchItems items;
+  for (std::int32_t index = 0; index < count; ++index) {
+    const std::wstring type = OrEmpty(parameters[index].type);
+    const std::wstring value = OrEmpty(parameters[index].value);
+    Log(LogLevel::Detail, L"Param: %d, Type: '%s', Value: '%s'\n", index + 1, type.c_str(), value.c_str());
+    if (IsType(type, L"appCommandLine")) {
+      items.commandLine = value;
+    } else if (IsType(type, L"file-path") || IsType(type, L"url")) {
+      if (!AcceptPath(value, allowLocalFiles, items)) return std::nullopt;
+    } else {
+      Log(LogLevel::Error, L"Invalid custom parameter file type: '%s'\n", type.c_str());
+      return std::nullopt;
+    }
+  }
+  return items;
+}
+
+}  // namespace quarry
