@@ -17,9 +17,6 @@
 
 namespace {
 
-// Microsoft Learn, "Maximum Path Length Limitation".
-constexpr std::size_t kLongestPath = 32767;
-
 // A server that is down costs the better part of a minute at each access, and its programs stand behind many types.
 using ServerNames = std::set<std::wstring, Unicode_LessIgnoreCase>;
 
@@ -64,9 +61,10 @@ std::optional<std::wstring> QuoteExecutable(const std::wstring& commandLine) {
   if (commandLine.starts_with(L'"')) return std::nullopt;
   for (std::size_t end = commandLine.find(L' ');; end = commandLine.find(L' ', end + 1)) {
     const std::wstring candidate = commandLine.substr(0, end);
-    if (candidate.size() > kLongestPath) return std::nullopt;
     const std::optional<std::wstring> path = AppUtilExpandEnvironment(candidate);
-    if (path && IsFile(*path)) return L'"' + candidate + L'"' + commandLine.substr(candidate.size());
+    // Microsoft Learn, PathFileExistsW: paths are of maximum length MAX_PATH, and here they only get longer.
+    if (!path || path->size() >= MAX_PATH) return std::nullopt;
+    if (IsFile(*path)) return L'"' + candidate + L'"' + commandLine.substr(candidate.size());
     if (end == std::wstring::npos) return std::nullopt;
   }
 }

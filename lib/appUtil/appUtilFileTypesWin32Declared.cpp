@@ -60,6 +60,7 @@ void AddApplicationsFromSoftwareClientsMailCB(const WinRegSubkey& client, FileTy
 void AddApplicationsFromCapabilitiesHelper(const WinRegValue& value, std::uint32_t isProtocol, REGSAM view,
                                            FileTypeList& types) {
   static constexpr char kFunction[] = "AddApplicationsFromCapabilitiesHelper";
+  if (value.name.empty()) return;  // the key's default value declares no type
   if (!IsText(value, kFunction)) return;
   const std::optional<std::string> progId = ReadEnumerated(value, view, kFunction);
   if (!progId) return;

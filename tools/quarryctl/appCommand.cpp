@@ -1,4 +1,5 @@
 #include "tools/quarryctl/command.h"
+#include "tools/quarryctl/extensionTable.h"
 #include "tools/quarryctl/jsonFormat.h"
 #include "tools/quarryctl/library.h"
 #include "tools/quarryctl/logView.h"
@@ -8,6 +9,8 @@
 #include "tools/quarryctl/utf8.h"
 
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -18,6 +21,7 @@ struct AppOptions {
   std::string path;
   bool json = false;
   bool icons = false;
+  bool extensions = false;
 };
 
 std::string FormatFields(const QuarryApplicationInfo& application) {
@@ -42,17 +46,23 @@ std::string FormatIcons(const IconRecords& icons) {
   return FormatTable(rows);
 }
 
-std::string FormatResult(const ApplicationWithIcons& result, const AppOptions& options) {
-  if (options.json) return options.icons ? FormatJson(result) : FormatJson(result.application);
-  std::string text = FormatFields(result.application);
-  if (options.icons && !result.icons.empty()) text += '\n' + FormatIcons(result.icons);
+/// `icons` and `extensions` are null when they were not asked for.
+std::string FormatResult(const QuarryApplicationInfo& application, const IconRecords* icons,
+                         const QuarryExtensionList* extensions, bool json) {
+  std::optional<std::span<const QuarryExtensionEntry>> entries;
+  if (extensions != nullptr) entries.emplace(extensions->entries, static_cast<std::size_t>(extensions->count));
+  if (json) return FormatJson(application, icons, entries);
+  std::string text = FormatFields(application);
+  if (icons != nullptr && !icons->empty()) text += '\n' + FormatIcons(*icons);
+  if (entries) text += '\n' + FormatExtensionTable(*entries);
   return text;
 }
 
 ExitStatus RunApp(const AppOptions& options, const CommandContext& context) {
   const std::wstring path = AbsoluteApplicationPath(WideFromUtf8(options.path));
   LogView log(context.err, ShownLevels(context));
-  const std::unique_ptr<Library> library = Library::Open(&LogView::Receive, context.err);
+  const std::unique_ptr<Library> library =
+      Library::Open(&LogView::Receive, context.err, options.extensions ? FileTypes::Read : FileTypes::Leave);
   if (!library) return kNothingFound;
   // The library describes any path with a known extension; only its verification looks whether the file is there.
   ApplicationRecord record(nullptr, nullptr);
@@ -62,7 +72,11 @@ ExitStatus RunApp(const AppOptions& options, const CommandContext& context) {
                       " (quarryctl verify says why)\n");
     return kNothingFound;
   }
-  context.out.Write(FormatResult({*record, library->GetIcons(*record)}, options));
+  std::optional<IconRecords> icons;
+  ExtensionRecord extensions(nullptr, nullptr);
+  if (options.icons) icons = library->GetIcons(*record);
+  if (options.extensions) extensions = library->GetExtensions(record->path);
+  context.out.Write(FormatResult(*record, icons ? &*icons : nullptr, extensions.get(), options.json));
   return kDone;
 }
 
@@ -74,6 +88,7 @@ void AddAppCommand(CLI::App& parser, Command& chosen) {
   command->add_option("PATH", options->path, "Shortcut, program or script")->required()->type_name("");
   command->add_flag("--json", options->json, "Write the fields as a JSON object");
   command->add_flag("--icons", options->icons, "Show each icon's size, name and file too");
+  command->add_flag("--extensions", options->extensions, "Add the file types and protocols that it opens");
   command->callback(
       [options, &chosen] { chosen = [options](CommandContext& context) { return RunApp(*options, context); }; });
 }

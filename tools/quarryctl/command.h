@@ -34,6 +34,7 @@ inline unsigned ShownLevels(const CommandContext& context) {
 /// Both must outlive the parsing.
 void AddScanCommand(CLI::App& parser, Command& chosen);
 void AddAppCommand(CLI::App& parser, Command& chosen);
+void AddExtensionsCommand(CLI::App& parser, Command& chosen);
 void AddVerifyCommand(CLI::App& parser, Command& chosen);
 void AddIconCommand(CLI::App& parser, Command& chosen);
 void AddDebugCommand(CLI::App& parser, Command& chosen);

@@ -5,6 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <utility>
+
 namespace quarryctl {
 namespace {
 
@@ -26,28 +28,46 @@ Json JsonFromRecord(const QuarryIconInfo& icon) {
   return object;
 }
 
-Json JsonFromRecord(const ApplicationWithIcons& application) {
-  Json object = JsonFromRecord(application.application);
-  Json& icons = object["icons"] = Json::array();
-  for (const IconRecord& icon : application.icons) icons.push_back(icon ? JsonFromRecord(*icon) : Json());
-  return object;
+Json JsonFromIcons(const IconRecords& icons) {
+  Json array = Json::array();
+  for (const IconRecord& icon : icons) array.push_back(icon ? JsonFromRecord(*icon) : Json());
+  return array;
 }
 
-template <typename Record>
-std::string Format(const Record& record) {
-  return JsonFromRecord(record).dump(kIndent) + '\n';
+Json JsonFromExtensions(std::span<const QuarryExtensionEntry> extensions) {
+  Json array = Json::array();
+  for (const QuarryExtensionEntry& extension : extensions) {
+    array.push_back({{"name", Utf8FromWide(extension.name)}, {"description", Utf8FromWide(extension.description)}});
+  }
+  return array;
 }
+
+std::string Format(const Json& json) { return json.dump(kIndent) + '\n'; }
 
 }  // namespace
 
-std::string FormatJson(const QuarryApplicationInfo& application) { return Format(application); }
-std::string FormatJson(const ApplicationWithIcons& application) { return Format(application); }
-std::string FormatJson(const QuarryIconInfo& icon) { return Format(icon); }
+std::string FormatJson(const QuarryApplicationInfo& application, const IconRecords* icons,
+                       std::optional<std::span<const QuarryExtensionEntry>> extensions) {
+  Json object = JsonFromRecord(application);
+  if (icons != nullptr) object["icons"] = JsonFromIcons(*icons);
+  if (extensions) object["extensions"] = JsonFromExtensions(*extensions);
+  return Format(object);
+}
+
+std::string FormatJson(std::span<const QuarryExtensionEntry> extensions) {
+  return Format(JsonFromExtensions(extensions));
+}
+
+std::string FormatJson(const QuarryIconInfo& icon) { return Format(JsonFromRecord(icon)); }
 
 std::string FormatJson(std::span<const ApplicationWithIcons> applications) {
   Json array = Json::array();
-  for (const ApplicationWithIcons& application : applications) array.push_back(JsonFromRecord(application));
-  return array.dump(kIndent) + '\n';
+  for (const ApplicationWithIcons& application : applications) {
+    Json object = JsonFromRecord(application.application);
+    object["icons"] = JsonFromIcons(application.icons);
+    array.push_back(std::move(object));
+  }
+  return Format(array);
 }
 
 }  // namespace quarryctl

@@ -17,12 +17,12 @@ InitFunction FindInit(HMODULE module) {
 
 }  // namespace
 
-std::span<const QuarryApplicationInfo> Items(const ApplicationRecords& records) {
-  if (!records) return {};
-  return {records.get(), static_cast<std::size_t>(records.get_deleter().count)};
+std::span<const QuarryExtensionEntry> Items(const ExtensionRecord& record) {
+  if (!record) return {};
+  return {record->entries, static_cast<std::size_t>(record->count)};
 }
 
-std::unique_ptr<Library> Library::Open(QuarryLogFn log, Output& err) {
+std::unique_ptr<Library> Library::Open(QuarryLogFn log, Output& err, FileTypes fileTypes) {
   const std::wstring path = ProgramFolder() + L"\\quarry.dll";
   UniqueModule module(LoadLibraryW(path.c_str()));
   if (!module) {
@@ -32,7 +32,7 @@ std::unique_ptr<Library> Library::Open(QuarryLogFn log, Output& err) {
   }
   const InitFunction init = FindInit(module.get());
   QuarryFunctions functions{};
-  if (init != nullptr) init(log, 0, &functions);
+  if (init != nullptr) init(log, fileTypes == FileTypes::Read ? 1 : 0, &functions);
   if (functions.Exit == nullptr) {
     err.Write("quarryctl: " + Utf8FromWide(path) + " could not be initialised\n");
     return nullptr;
@@ -47,7 +47,7 @@ ApplicationRecords Library::Scan(const std::wstring& iniPath) const {
   QuarryApplicationInfo* records = nullptr;
   std::uint64_t count = 0;
   functions_.ScanApplicationsUsingIniFile(iniPath.c_str(), &records, &count);
-  return ApplicationRecords(records, ApplicationsDeleter{functions_.FreeApplications, count});
+  return ApplicationRecords(records, ArrayDeleter<QuarryApplicationInfo>{functions_.FreeApplications, count});
 }
 
 ApplicationRecord Library::GetApplication(const std::wstring& path) const {
@@ -79,6 +79,11 @@ std::string Library::GetIconData(const std::wstring& name) const {
   if (functions_.GetIconData(name.c_str(), &block, &size) == 0) return {};
   const std::unique_ptr<void, void (*)(void*)> owner(block, functions_.FreeIconData);
   return {static_cast<const char*>(block), static_cast<std::size_t>(size)};
+}
+
+ExtensionRecord Library::GetExtensions(const std::wstring& path) const {
+  return ExtensionRecord(functions_.GetApplicationRegisteredExtensions(path.c_str()),
+                         functions_.FreeRegisteredExtensions);
 }
 
 bool Library::VerifyApplication(const std::wstring& path) const {

@@ -13,18 +13,30 @@
 
 namespace quarryctl {
 
-struct ApplicationsDeleter {
-  void (*free)(QuarryApplicationInfo*, std::uint64_t) = nullptr;
+/// Gives an array of records back to the library.
+template <typename Record>
+struct ArrayDeleter {
+  void (*free)(Record*, std::uint64_t) = nullptr;
   std::uint64_t count = 0;
-  void operator()(QuarryApplicationInfo* records) const { free(records, count); }
+  void operator()(Record* records) const { free(records, count); }
 };
 
 /// Records of the library, given back to it when they go out of scope. They must not outlive the Library.
 using ApplicationRecord = std::unique_ptr<QuarryApplicationInfo, void (*)(QuarryApplicationInfo*)>;
 using IconRecord = std::unique_ptr<QuarryIconInfo, void (*)(QuarryIconInfo*)>;
-using ApplicationRecords = std::unique_ptr<QuarryApplicationInfo[], ApplicationsDeleter>;
+using ExtensionRecord = std::unique_ptr<QuarryExtensionList, void (*)(QuarryExtensionList*)>;
+using ApplicationRecords = std::unique_ptr<QuarryApplicationInfo[], ArrayDeleter<QuarryApplicationInfo>>;
 
-std::span<const QuarryApplicationInfo> Items(const ApplicationRecords& records);
+/// The records of an array, none for one that is null.
+template <typename Record>
+std::span<const Record> Items(const std::unique_ptr<Record[], ArrayDeleter<Record>>& records) {
+  if (!records) return {};
+  return {records.get(), static_cast<std::size_t>(records.get_deleter().count)};
+}
+std::span<const QuarryExtensionEntry> Items(const ExtensionRecord& record);
+
+/// Whether the library reads the file types of this system when it starts, which takes its time.
+enum class FileTypes { Leave, Read };
 
 /// The icons of one application under their indexes; one that could not be stored is null.
 using IconRecords = std::vector<IconRecord>;
@@ -40,7 +52,7 @@ class Library {
  public:
   /// Loads quarry.dll from this program's own folder and no other, so that nothing else can be loaded in its place.
   /// Null when that fails; `err` then has the reason.
-  static std::unique_ptr<Library> Open(QuarryLogFn log, Output& err);
+  static std::unique_ptr<Library> Open(QuarryLogFn log, Output& err, FileTypes fileTypes = FileTypes::Leave);
   ~Library() { Exit(); }
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
@@ -49,6 +61,8 @@ class Library {
   ApplicationRecords Scan(const std::wstring& iniPath) const;
   /// Null when no application can be made from `path`.
   ApplicationRecord GetApplication(const std::wstring& path) const;
+  /// What the application at `path` opens. Null unless the file types were read.
+  ExtensionRecord GetExtensions(const std::wstring& path) const;
   bool VerifyApplication(const std::wstring& path) const;
   /// `application` is a record of this library, not a copy.
   IconRecords GetIcons(const QuarryApplicationInfo& application) const;

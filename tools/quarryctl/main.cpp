@@ -52,6 +52,7 @@ ExitStatus Run(std::vector<std::string> arguments, CommandContext& context) {
   Command chosen;
   AddScanCommand(parser, chosen);
   AddAppCommand(parser, chosen);
+  AddExtensionsCommand(parser, chosen);
   AddVerifyCommand(parser, chosen);
   AddIconCommand(parser, chosen);
   AddDebugCommand(parser, chosen);
