@@ -37,6 +37,7 @@ void AddAppCommand(CLI::App& parser, Command& chosen);
 void AddExtensionsCommand(CLI::App& parser, Command& chosen);
 void AddVerifyCommand(CLI::App& parser, Command& chosen);
 void AddIconCommand(CLI::App& parser, Command& chosen);
+void AddLaunchCommand(CLI::App& parser, Command& chosen);
 void AddDebugCommand(CLI::App& parser, Command& chosen);
 
 }  // namespace quarryctl

@@ -86,6 +86,12 @@ ExtensionRecord Library::GetExtensions(const std::wstring& path) const {
                          functions_.FreeRegisteredExtensions);
 }
 
+std::uint32_t Library::Launch(const std::wstring& path, std::uint32_t flags, const std::wstring& arguments,
+                              const std::wstring& folder, const std::vector<QuarryLaunchParameter>& parameters) const {
+  return functions_.LaunchApplication(path.c_str(), flags, arguments.c_str(), folder.c_str(),
+                                      static_cast<std::int32_t>(parameters.size()), parameters.data());
+}
+
 bool Library::VerifyApplication(const std::wstring& path) const {
   return functions_.VerifyApplication(path.c_str()) != 0;
 }

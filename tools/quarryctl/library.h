@@ -71,6 +71,9 @@ class Library {
   IconRecord GetIcon(const std::wstring& name) const;
   /// The PNG file of the icon `name`; empty when it cannot be read.
   std::string GetIconData(const std::wstring& name) const;
+  /// Returns a QUARRY_LAUNCH_ result.
+  std::uint32_t Launch(const std::wstring& path, std::uint32_t flags, const std::wstring& arguments,
+                       const std::wstring& folder, const std::vector<QuarryLaunchParameter>& parameters) const;
   /// Writes the library's reports to standard output.
   void ReportDebugInfo() const { functions_.ReportDebugInfo(); }
   /// Shuts the library down ahead of time; only ReportDebugInfo may be called after it.

@@ -55,6 +55,7 @@ ExitStatus Run(std::vector<std::string> arguments, CommandContext& context) {
   AddExtensionsCommand(parser, chosen);
   AddVerifyCommand(parser, chosen);
   AddIconCommand(parser, chosen);
+  AddLaunchCommand(parser, chosen);
   AddDebugCommand(parser, chosen);
   try {
     std::reverse(arguments.begin(), arguments.end());
