@@ -1,0 +1,46 @@
+#pragma once
+
+#include "lib/misc/platformHandles.h"
+
+#include <windows.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace quarry::test {
+
+/// A top-level window that another process is to open. By itself it is one that every listing keeps.
+struct WindowSpec {
+  std::wstring title;
+  std::wstring className = L"QuarryTestWindow";
+  DWORD style = WS_OVERLAPPEDWINDOW | WS_VISIBLE;
+  DWORD exStyle = 0;
+  int width = 100;
+  int height = 80;
+};
+
+/// A process that shows windows until this object goes. Throws std::runtime_error when it does not come up.
+class WindowMaker {
+ public:
+  explicit WindowMaker(const std::vector<WindowSpec>& windows, bool hang = false);
+  /// The same by another program: a copy of the fixture windowMaker.
+  WindowMaker(const std::filesystem::path& program, const std::vector<WindowSpec>& windows, bool hang = false);
+  ~WindowMaker();
+  WindowMaker(const WindowMaker&) = delete;
+  WindowMaker& operator=(const WindowMaker&) = delete;
+
+  DWORD ProcessId() const { return processId_; }
+  HANDLE Process() const { return process_.get(); }
+  /// In the order of their specifications.
+  const std::vector<HWND>& Windows() const { return windows_; }
+
+ private:
+  UniqueKernelHandle input_;
+  UniqueKernelHandle process_;
+  DWORD processId_ = 0;
+  std::vector<HWND> windows_;
+};
+
+}  // namespace quarry::test
