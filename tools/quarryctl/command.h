@@ -38,6 +38,8 @@ void AddExtensionsCommand(CLI::App& parser, Command& chosen);
 void AddVerifyCommand(CLI::App& parser, Command& chosen);
 void AddIconCommand(CLI::App& parser, Command& chosen);
 void AddLaunchCommand(CLI::App& parser, Command& chosen);
+void AddWindowsCommand(CLI::App& parser, Command& chosen);
+void AddRulesCommand(CLI::App& parser, Command& chosen);
 void AddDebugCommand(CLI::App& parser, Command& chosen);
 
 }  // namespace quarryctl

@@ -96,4 +96,11 @@ bool Library::VerifyApplication(const std::wstring& path) const {
   return functions_.VerifyApplication(path.c_str()) != 0;
 }
 
+WindowRecords Library::GetOpenWindows() const {
+  QuarryWindowInfo* records = nullptr;
+  std::uint64_t count = 0;
+  functions_.GetOpenWindows(&records, &count);
+  return WindowRecords(records, ArrayDeleter<QuarryWindowInfo>{functions_.FreeWindows, count});
+}
+
 }  // namespace quarryctl

@@ -26,6 +26,7 @@ using ApplicationRecord = std::unique_ptr<QuarryApplicationInfo, void (*)(Quarry
 using IconRecord = std::unique_ptr<QuarryIconInfo, void (*)(QuarryIconInfo*)>;
 using ExtensionRecord = std::unique_ptr<QuarryExtensionList, void (*)(QuarryExtensionList*)>;
 using ApplicationRecords = std::unique_ptr<QuarryApplicationInfo[], ArrayDeleter<QuarryApplicationInfo>>;
+using WindowRecords = std::unique_ptr<QuarryWindowInfo[], ArrayDeleter<QuarryWindowInfo>>;
 
 /// The records of an array, none for one that is null.
 template <typename Record>
@@ -71,6 +72,8 @@ class Library {
   IconRecord GetIcon(const std::wstring& name) const;
   /// The PNG file of the icon `name`; empty when it cannot be read.
   std::string GetIconData(const std::wstring& name) const;
+  /// Null when no window is open.
+  WindowRecords GetOpenWindows() const;
   /// Returns a QUARRY_LAUNCH_ result.
   std::uint32_t Launch(const std::wstring& path, std::uint32_t flags, const std::wstring& arguments,
                        const std::wstring& folder, const std::vector<QuarryLaunchParameter>& parameters) const;

@@ -56,6 +56,8 @@ ExitStatus Run(std::vector<std::string> arguments, CommandContext& context) {
   AddVerifyCommand(parser, chosen);
   AddIconCommand(parser, chosen);
   AddLaunchCommand(parser, chosen);
+  AddWindowsCommand(parser, chosen);
+  AddRulesCommand(parser, chosen);
   AddDebugCommand(parser, chosen);
   try {
     std::reverse(arguments.begin(), arguments.end());

@@ -22,6 +22,12 @@ struct FileCloser {
 /// A file of CreateFileW; INVALID_HANDLE_VALUE must not be given to it.
 using UniqueFile = std::unique_ptr<void, FileCloser>;
 
+struct RegistryKeyCloser {
+  void operator()(HKEY key) const { RegCloseKey(key); }
+};
+/// A key of RegCreateKeyExW.
+using UniqueRegistryKey = std::unique_ptr<std::remove_pointer_t<HKEY>, RegistryKeyCloser>;
+
 struct LocalFreer {
   void operator()(void* block) const { LocalFree(block); }
 };

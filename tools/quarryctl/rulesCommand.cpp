@@ -1,0 +1,118 @@
+#include "lib/misc/logEntry.h"
+#include "lib/seamlyFilter/seamlyFilterFile.h"
+#include "lib/seamlyFilter/seamlyFilterRules.h"
+
+#include "tools/quarryctl/command.h"
+#include "tools/quarryctl/paths.h"
+#include "tools/quarryctl/utf8.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quarryctl {
+namespace {
+
+/// The messages of the library's reader, while it exists.
+class ReaderMessages {
+ public:
+  ReaderMessages() {
+    LogEntry_SetSink([](const char* message) { Kept().emplace_back(message); });
+  }
+  ~ReaderMessages() { LogEntry_SetSink(nullptr); }
+  ReaderMessages(const ReaderMessages&) = delete;
+  ReaderMessages& operator=(const ReaderMessages&) = delete;
+
+  /// Those since the last call, without the reporting function's name and the line end.
+  static std::vector<std::string> Take() {
+    std::vector<std::string> messages;
+    for (const std::string& message : Kept()) {
+      const std::size_t start = message.find(": ");
+      std::string text = start == std::string::npos ? message : message.substr(start + 2);
+      text.erase(text.find_last_not_of("\r\n") + 1);
+      messages.push_back(std::move(text));
+    }
+    Kept().clear();
+    return messages;
+  }
+
+ private:
+  static std::vector<std::string>& Kept() {
+    static std::vector<std::string> messages;
+    return messages;
+  }
+};
+
+/// What an item says that its key does not know.
+std::optional<std::string> FindUnknownValue(RuleKey key, const std::string& line) {
+  const std::optional<RuleText> text = SeamlyFilterSplitText(line);
+  if (!text) return std::nullopt;
+  const std::string value = "'" + std::string(text->value) + "'";
+  if (key == RuleKey::Type && SeamlyFilterWindowTypeOf(text->value) == kWindowTypeNone) {
+    return value + " names no window type";
+  }
+  if (key == RuleKey::Action && SeamlyFilterActionOf(text->value) == kRuleActionNone) {
+    return value + " names no action";
+  }
+  return std::nullopt;
+}
+
+/// What there is to say of one line: what the library's reader says, unless it says that it took the line, and what it
+/// takes without a word but an administrator cannot mean.
+std::vector<std::string> CheckLine(const RuleLine& line, RuleReading& reading) {
+  const bool ignored = reading.begun == 0 && !line.text.empty() && line.text.front() != '#';
+  const RuleKey key = SeamlyFilterParseLine(line.text, reading);
+  std::vector<std::string> findings = ReaderMessages::Take();
+  if (key != RuleKey::None) findings.clear();
+  if (const std::optional<std::string> unknown = FindUnknownValue(key, line.text)) findings.push_back(*unknown);
+  if (line.cut) findings.push_back("longer than " + std::to_string(kMaxRuleText - 1) + " bytes, the rest is dropped");
+  if (ignored && reading.begun == 0) findings.emplace_back("ignored, no BeginRule stands above it");
+  return findings;
+}
+
+/// Whether the file could be read and there is nothing to say of it.
+bool CheckFile(const std::string& name, const CommandContext& context) {
+  RuleFileReader reader(AbsolutePath(WideFromUtf8(name)));
+  if (!reader.IsOpen()) {
+    context.err.Write("quarryctl: unable to open " + name + '\n');
+    return false;
+  }
+  RuleReading reading;
+  bool clean = true;
+  for (int number = 1; const std::optional<RuleLine> line = reader.Next(); ++number) {
+    for (const std::string& finding : CheckLine(*line, reading)) {
+      context.out.Write(name + ':' + std::to_string(number) + ": " + finding + '\n');
+      clean = false;
+    }
+  }
+  if (clean) {
+    context.out.Write(name + ": " + std::to_string(reading.begun) + (reading.begun == 1 ? " rule set" : " rule sets") +
+                      ", nothing to report\n");
+  }
+  return clean;
+}
+
+ExitStatus RunCheck(const std::vector<std::string>& files, const CommandContext& context) {
+  const ReaderMessages messages;
+  bool clean = true;
+  // One table for all files, as in the library: the limit on rule sets is that of them together.
+  for (const std::string& file : files) clean = CheckFile(file, context) && clean;
+  return clean ? kDone : kNothingFound;
+}
+
+}  // namespace
+
+void AddRulesCommand(CLI::App& parser, Command& chosen) {
+  const auto files = std::make_shared<std::vector<std::string>>();
+  CLI::App* rules = parser.add_subcommand("rules", "Work with window filter rules");
+  rules->require_subcommand(1);
+  CLI::App* check =
+      rules->add_subcommand("check", "Read rule files as the library does and show what is wrong in them");
+  check->add_option("FILE", *files, "Rule files, in the order in which they are to count")->required()->type_name("");
+  check->callback(
+      [files, &chosen] { chosen = [files](CommandContext& context) { return RunCheck(*files, context); }; });
+}
+
+}  // namespace quarryctl
