@@ -4,6 +4,7 @@
 
 #include "tests/support/processOutput.h"
 #include "tests/support/quarryHost.h"
+#include "tests/support/registryFixture.h"
 #include "tests/support/shortcut.h"
 #include "tests/support/temporaryFolder.h"
 
@@ -150,6 +151,35 @@ TEST_F(QuarryCtl, AppShowsEveryFieldOfTheRecord) {
     const Json& value = application[keys[index]];
     const std::string text = value.is_string() ? value.get<std::string>() : value.dump();
     EXPECT_TRUE(lines[index].starts_with(keys[index]) && lines[index].ends_with(text)) << lines[index];
+  }
+}
+
+TEST_F(QuarryCtl, ExtensionsShowsWhatAProgramOrItsShortcutOpens) {
+  const RegistryFixture progId(L"QuarryProgId1", HKEY_CLASSES_ROOT);
+  progId.SetString(L"", L"", L"Quarry Füße");
+  progId.SetString(L"shell\\open\\command", L"", L"\"" + folder_ / L"copy.exe" + L"\" %1");
+  const RegistryFixture type(L".quarrytest", HKEY_CLASSES_ROOT);
+  type.SetString(L"", L"", L"QuarryProgId1");
+  Link(L"Copy", folder_ / L"copy.exe");
+  SetEnvironmentVariableW(L"QUARRYTEST", folder_.Path().c_str());
+
+  const std::string table = "TYPE         DESCRIPTION\n.quarrytest  Quarry Füße\n1 type\n";
+  for (const wchar_t* const path : {L"copy.exe", L"./COPY.exe", L"Copy.lnk", L"%QUARRYTEST%\\Copy.lnk"}) {
+    const ProcessOutput output = Run({L"extensions", path});
+    EXPECT_EQ(output.out, table);
+    EXPECT_EQ(output.exitCode, 0u);
+  }
+  const Json extensions = Json::parse(Run({L"extensions", L"copy.exe", L"--json"}).out, nullptr, false);
+  EXPECT_EQ(extensions, Json::parse(R"([{"name": ".quarrytest", "description": "Quarry Füße"}])"));
+  EXPECT_TRUE(Run({L"app", L"Copy.lnk", L"--extensions"}).out.ends_with("\n\n" + table));
+  const Json application = Json::parse(Run({L"app", L"Copy.lnk", L"--extensions", L"--json"}).out, nullptr, false);
+  EXPECT_EQ(application["extensions"], extensions);
+  EXPECT_EQ(application["baseName"], "Copy");
+  for (const bool json : {false, true}) {
+    const ProcessOutput output = Run(json ? std::vector<std::wstring>{L"extensions", L"no.exe", L"--json"}
+                                          : std::vector<std::wstring>{L"extensions", L"no.exe"});
+    EXPECT_EQ(output.out, json ? "[]\n" : "0 types\n");
+    EXPECT_EQ(output.exitCode, 1u);
   }
 }
 
