@@ -49,4 +49,18 @@ std::optional<IconPixels> ReadPixels(HICON icon) {
   return pixels;
 }
 
+std::optional<IconPixels> WithMaskAsAlpha(HICON icon, IconPixels pixels) {
+  ICONINFO info{};
+  if (GetIconInfo(icon, &info) == FALSE) return std::nullopt;
+  UniqueBitmap(info.hbmColor).reset();
+  const UniqueBitmap maskBitmap(info.hbmMask);
+  IconPixels mask{pixels.width, pixels.height, {}};
+  if (!CopyPixels(maskBitmap.get(), mask)) return std::nullopt;
+  for (std::size_t position = 0; position < mask.bytes.size(); position += kBytesPerPixel) {
+    const bool isTransparent = mask.bytes[position] != 0;  // white in the mask
+    pixels.bytes[position + kBytesPerPixel - 1] = isTransparent ? 0 : 0xFF;
+  }
+  return pixels;
+}
+
 }  // namespace quarry

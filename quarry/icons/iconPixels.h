@@ -18,4 +18,8 @@ struct IconPixels {
 /// Reads the pixels of `icon`. Nothing, with a message, when the platform refuses them.
 std::optional<IconPixels> ReadPixels(HICON icon);
 
+/// The pixels of `icon` with alphas that say the same as its mask: opaque or transparent. Nothing when the platform
+/// refuses the mask.
+std::optional<IconPixels> WithMaskAsAlpha(HICON icon, IconPixels pixels);
+
 }  // namespace quarry

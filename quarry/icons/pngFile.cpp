@@ -46,14 +46,26 @@ std::wstring TemporaryPathBeside(const std::wstring& path) {
          Str_FormatWide(L"~%lx%I64x.tmp", GetCurrentProcessId(), now.QuadPart);
 }
 
-Status MakeBitmap(HICON icon, const IconPixels& pixels, PngSource source, UniqueGdiPlusBitmap& bitmap) {
-  if (source == PngSource::Icon) return Flat::GdipCreateBitmapFromHICON(icon, bitmap.put());
-  // GDI+ reads from the pixels for as long as the bitmap lives, and never writes to them here.
+/// GDI+ reads from the pixels for as long as the bitmap lives, and never writes to them here.
+Status MakeBitmap(const IconPixels& pixels, UniqueGdiPlusBitmap& bitmap) {
   return Flat::GdipCreateBitmapFromScan0(pixels.width, pixels.height, kBytesPerPixel * pixels.width,
                                          PixelFormat32bppARGB, const_cast<BYTE*>(pixels.bytes.data()), bitmap.put());
 }
 
 bool IsThere(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
+
+Status WriteWhole(const std::wstring& path, Gdiplus::GpBitmap* bitmap, const CLSID& encoder) {
+  TemporaryFile file(TemporaryPathBeside(path));
+  const Status status = Flat::GdipSaveImageToFile(bitmap, file.Path().c_str(), &encoder, nullptr);
+  if (status != Gdiplus::Ok) return status;
+  return file.MoveTo(path) || IsThere(path) ? Gdiplus::Ok : Gdiplus::Win32Error;
+}
+
+Status WriteWhole(const std::wstring& path, const IconPixels& pixels, const CLSID& encoder) {
+  UniqueGdiPlusBitmap bitmap;
+  const Status status = MakeBitmap(pixels, bitmap);
+  return status == Gdiplus::Ok ? WriteWhole(path, bitmap.get(), encoder) : status;
+}
 
 }  // namespace
 
@@ -73,13 +85,15 @@ std::optional<CLSID> FindPngEncoder() {
 
 Status WritePng(const std::wstring& path, HICON icon, const IconPixels& pixels, PngSource source,
                 const CLSID& encoder) {
+  if (source == PngSource::Pixels) return WriteWhole(path, pixels, encoder);
+  // GDI+ as Wine has it (8.0) writes past the end of a buffer when it takes an icon that is taller than wide.
+  if (pixels.height > pixels.width) {
+    const std::optional<IconPixels> masked = WithMaskAsAlpha(icon, pixels);
+    return masked ? WriteWhole(path, *masked, encoder) : Gdiplus::GenericError;
+  }
   UniqueGdiPlusBitmap bitmap;
-  Status status = MakeBitmap(icon, pixels, source, bitmap);
-  if (status != Gdiplus::Ok) return status;
-  TemporaryFile file(TemporaryPathBeside(path));
-  status = Flat::GdipSaveImageToFile(bitmap.get(), file.Path().c_str(), &encoder, nullptr);
-  if (status != Gdiplus::Ok) return status;
-  return file.MoveTo(path) || IsThere(path) ? Gdiplus::Ok : Gdiplus::Win32Error;
+  const Status status = Flat::GdipCreateBitmapFromHICON(icon, bitmap.put());
+  return status == Gdiplus::Ok ? WriteWhole(path, bitmap.get(), encoder) : status;
 }
 
 }  // namespace quarry
