@@ -1,0 +1,36 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace quarry::test {
+
+/// One image of an icon: what its directory entry tells and what lies behind it.
+struct IconImage {
+  int width = 0;
+  int height = 0;
+  int bitCount = 0;
+  std::vector<std::uint8_t> bytes;
+};
+
+/// An image of the classic kind, whose picture depends on `variant`. The left half is opaque. The right half is
+/// transparent by the mask, and in an image of 32 bits by alphas below 255 too.
+IconImage MakeImage(int width, int height, int bitCount, unsigned variant = 0);
+
+/// The picture of such an image: rows from top to bottom, 0xAARRGGBB. What the mask hides is 0, but in an image of 32
+/// bits every pixel is there as it was stored.
+std::vector<std::uint32_t> PictureOf(const IconImage& image);
+
+/// An ICO file of these images. The directory tells `count` of them when that is not negative.
+std::vector<std::uint8_t> IcoFile(std::span<const IconImage> images, int count = -1);
+
+/// Puts a group of icons into an executable, under a number (MAKEINTRESOURCEW) or a name. The images take the numbers
+/// from `firstId` on; the directory tells `count` of them when that is not negative.
+bool PutIconGroup(const std::wstring& path, LPCWSTR name, std::span<const IconImage> images, int firstId,
+                  int count = -1);
+
+}  // namespace quarry::test
