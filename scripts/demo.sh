@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Shows the library at work: installs what is missing, builds, fills the Start menu of a Wine prefix with shortcuts to the
-# programs that are really in it and lists the applications that quarryctl finds there.
+# programs that are really in it, lists the applications that quarryctl finds there and writes them to a page with icons.
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -20,3 +20,6 @@ fi
 
 Step start-menu Demo "$build/bin/fixtures/linkMaker.exe" --start-menu
 Demo "$build/bin/quarryctl.exe" scan
+cd "$build"
+Demo bin/quarryctl.exe scan --html demo.html
+echo "The same with icons, for a browser: $build/demo.html"

@@ -26,7 +26,8 @@ class HostDay : public testing::Test {
   void SetUp() override {
     const std::wstring folder = programs_.Folder().MakeFolder(L"menu");
     settings_.SetString(L"", L"IconCacheDir", programs_.Folder() / L"icons");
-    ASSERT_TRUE(WriteShortcut({folder + L"\\Echo.lnk", programs_.Program(), L"", L"Says how it was started", L"", L""}));
+    ASSERT_TRUE(
+        WriteShortcut({folder + L"\\Echo.lnk", programs_.Program(), L"", L"Says how it was started", L"", L""}));
     ASSERT_TRUE(WriteShortcut({folder + L"\\Registry.lnk", RealPath(kPublished), L"", L"", L"", L""}));
     ini_ = programs_.Folder().WriteText(L"filters.ini", L"[Menu]\r\nRoot=" + folder + L"\r\nIncludes=*.lnk\r\n");
     document_.SetString(L"", L"", L"QuarryTest.Day");

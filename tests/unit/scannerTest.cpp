@@ -1,10 +1,10 @@
-#include "tests/support/registryFixture.h"
-#include "tests/support/temporaryFolder.h"
-
 #include "quarry/config/config.h"
 #include "quarry/diagnostics/log.h"
 #include "quarry/scan/directoryScanner.h"
 #include "quarry/scan/scanFilterImpl.h"
+
+#include "tests/support/registryFixture.h"
+#include "tests/support/temporaryFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -76,8 +76,8 @@ TEST_F(DirectoryScannerTest, RefusesToGoDeeperThanTheStackAllows) {
   settings_.SetString(L"", L"MaxScanDepth", L"2147483647");
   const ScanFilterImpl filter(L"Deep", {});
   EXPECT_TRUE(scanner_.ScanDirectory(256, folder_.Path(), filter, results_));
-  EXPECT_THAT(g_messages, Contains(L"Maximum directory scan depth (256) exceeded for \"" + folder_.Path() +
-                                   L"\" -- skipped\n"));
+  EXPECT_THAT(g_messages,
+              Contains(L"Maximum directory scan depth (256) exceeded for \"" + folder_.Path() + L"\" -- skipped\n"));
 }
 
 }  // namespace
