@@ -43,7 +43,7 @@ bool IsText(const WinRegValue& value, const char* function) {
 }
 
 void AddApplicationsFromSoftwareClientsMailCB(const WinRegSubkey& client, FileTypeList& types) {
-  const std::string path = client.path + '\\' + client.name + "\\Protocols\\mailto\\shell\\open\\command";
+  const std::string path = client.path + '\\' + client.name + R"(\Protocols\mailto\shell\open\command)";
   UniqueRegistryKey key;
   if (AppUtilOpenRegistryKey(client.rootKey, path, KEY_QUERY_VALUE, key) != ERROR_SUCCESS) {
     LogUnopened("AddApplicationsFromSoftwareClientsMailCB", path);

@@ -83,7 +83,7 @@ ApplicationTable FileByHandler(const FileTypeList& types) {
     for (const std::string& path : type->handlerPaths) {
       std::vector<ConstFileTypeInfoPtr>& records = table[path];
       // A record's own entries follow one another, so the last one is the only one to look at.
-      if (records.empty() || records.back() != type) records.push_back(type);
+      if (records.empty() || records.back() != type) records.emplace_back(type);
     }
   }
   return table;

@@ -19,7 +19,7 @@ HRESULT LoadWithGrowingBuffer(const std::wstring& source, std::wstring& resolved
   for (std::size_t size = std::max(source.size() + 1, kSmallestBuffer); size <= kLargestBuffer; size *= 2) {
     std::wstring buffer(size, L'\0');
     result = currentLoader(source.c_str(), buffer.data(), static_cast<UINT>(size), nullptr);
-    if (SUCCEEDED(result)) resolved = buffer.c_str();
+    if (SUCCEEDED(result)) resolved.assign(buffer, 0, buffer.find(L'\0'));
     if (result != HRESULT_FROM_WIN32(ERROR_INSUFFICIENT_BUFFER)) return result;
   }
   return result;

@@ -19,8 +19,8 @@
 
 namespace {
 
-constexpr std::string_view kOpenCommand = "\\shell\\open\\command";
-constexpr std::string_view kExplorerTypes = "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\FileExts\\";
+constexpr std::string_view kOpenCommand = R"(\shell\open\command)";
+constexpr std::string_view kExplorerTypes = R"(Software\Microsoft\Windows\CurrentVersion\Explorer\FileExts\)";
 
 // A name that makes a longer path is no type that a program registers; Explorer itself knows no such keys.
 constexpr std::size_t kLongestKeyPath = 254;
@@ -87,7 +87,8 @@ std::optional<std::wstring> ShellCommandOf(const std::string& name) {
     if (FAILED(AssocQueryStringW(flags, ASSOCSTR_COMMAND, association.c_str(), verb, command.data(), &capacity))) {
       return std::nullopt;
     }
-    return std::wstring(command.c_str());
+    command.resize(command.find(L'\0'));  // its terminator was counted
+    return command;
   }
   return std::nullopt;
 }
@@ -247,7 +248,7 @@ std::optional<FileTypeHandler> FileTypeInfoWin32::AddApplicationWithCommandLine(
   }
   // A program that opens itself is started as a document: through the shell.
   if (line.starts_with(L"\"%1\"")) line = L"%SystemRoot%\\explorer.exe \"%1\"";
-  const std::optional<FileTypeHandler> handler = HandlerOf(line, kFunction);
+  std::optional<FileTypeHandler> handler = HandlerOf(line, kFunction);
   if (!handler) {
     LogEntry("%s: Failed to add application '%s' as handler for type name '%s'.\n", kFunction,
              Unicode_Utf8FromWide(line).c_str(), typeName.c_str());

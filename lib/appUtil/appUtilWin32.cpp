@@ -84,7 +84,8 @@ UniqueMalloc<wchar_t> System_GetImageFilePathForWindow(HWND window) {
   const DWORD access =
       query != nullptr ? PROCESS_QUERY_LIMITED_INFORMATION : PROCESS_QUERY_INFORMATION | PROCESS_VM_READ;
   const UniqueKernelHandle process = System_OpenProcessForHWND(window, access);
-  return process ? AppUtilGetImagePath(process.get(), query, window) : nullptr;
+  if (!process) return nullptr;
+  return AppUtilGetImagePath(process.get(), query, window);
 }
 
 UniqueKernelHandle System_OpenProcessForHWND(HWND window, DWORD access) {

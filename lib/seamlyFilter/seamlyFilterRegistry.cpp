@@ -15,8 +15,8 @@
 namespace {
 
 constexpr const char* kFilterKeys[] = {
-    "Software\\Velkor, Inc.\\Velkor Tarn\\Velkor Seamly\\Filters",
-    "Software\\Policies\\Velkor, Inc.\\Velkor Tarn\\Velkor Seamly\\Filters",
+    R"(Software\Velkor, Inc.\Velkor Tarn\Velkor Seamly\Filters)",
+    R"(Software\Policies\Velkor, Inc.\Velkor Tarn\Velkor Seamly\Filters)",
 };
 
 // Many times what ten keys with values of full length take. A longer value is left out.

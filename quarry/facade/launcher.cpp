@@ -214,15 +214,13 @@ HWND Launcher::FindRunningWindow(const LaunchRequest& request, const Application
 bool Launcher::IsTrackedAsRunning(const std::wstring& target, const std::wstring& arguments) {
   for (auto entry = launchedProcesses_.begin(); entry != launchedProcesses_.end();) {
     const LaunchedProcess& launched = entry->second;
-    if (launched.target != target) {
-      ++entry;
-    } else if (WaitForSingleObject(launched.process.get(), 0) != WAIT_TIMEOUT) {
+    const bool sameTarget = launched.target == target;
+    if (sameTarget && WaitForSingleObject(launched.process.get(), 0) != WAIT_TIMEOUT) {
       entry = launchedProcesses_.erase(entry);
-    } else if (launched.arguments != arguments) {
-      return true;
-    } else {
-      ++entry;
+      continue;
     }
+    if (sameTarget && launched.arguments != arguments) return true;
+    ++entry;
   }
   return false;
 }

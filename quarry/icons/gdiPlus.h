@@ -9,7 +9,7 @@
 #include <algorithm>
 
 // The platform's header wants the macros min and max, which NOMINMAX leaves out.
-namespace Gdiplus {
+namespace Gdiplus {  // NOLINT(readability-identifier-naming): the name is the platform's
 using std::max;
 using std::min;
 }  // namespace Gdiplus

@@ -11,6 +11,7 @@ struct Search {
   std::wstring name;
 };
 
+// NOLINTNEXTLINE(readability-non-const-parameter): ENUMRESNAMEPROCW has it so
 BOOL CALLBACK TakeName(HMODULE /*module*/, const wchar_t* /*type*/, wchar_t* name, LONG_PTR parameter) noexcept {
   auto& search = *reinterpret_cast<Search*>(parameter);
   if (search.groupsToPass-- >= 1) return TRUE;

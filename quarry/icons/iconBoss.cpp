@@ -142,7 +142,7 @@ IconPtr IconBoss::GetIconForExtension(const std::wstring& extension) {
   if (known != iconsByExtension_.end() && known->second != nullptr) return known->second;
   const UniqueIcon handle = ShellIconFor(extension);
   if (!handle) return nullptr;
-  const IconPtr icon = StoreIcon(handle.get(), false);
+  IconPtr icon = StoreIcon(handle.get(), false);
   iconsByExtension_.emplace(extension, icon);
   return icon;
 }

@@ -21,6 +21,8 @@ struct MinedIcon {
 class IconMiner {
  public:
   virtual ~IconMiner() = default;
+  IconMiner(const IconMiner&) = delete;
+  IconMiner& operator=(const IconMiner&) = delete;
 
   /// Loads the image of the size of `icon`; its bit count plays no part. Null when it cannot be loaded, with the
   /// platform's error in GetLastError.
@@ -38,8 +40,6 @@ class IconMiner {
 
  protected:
   IconMiner() = default;
-  IconMiner(const IconMiner&) = delete;
-  IconMiner& operator=(const IconMiner&) = delete;
 
   /// Whether Init has succeeded; logs when it has not.
   bool CheckInitialized() const;

@@ -2,6 +2,7 @@
 
 #include "quarry/diagnostics/log.h"
 #include "quarry/icons/groupIconName.h"
+#include "quarry/icons/imageHeader.h"
 #include "quarry/icons/mappedResource.h"
 
 #include <algorithm>
@@ -106,8 +107,9 @@ UniqueIcon IconMinerExe::LoadIconOf(const MinedIcon& icon) const {
   return UniqueIcon(static_cast<HICON>(LoadImageW(module_.get(), name.Get(), IMAGE_ICON, width, height, 0)));
 }
 
-// LoadImageW believes the group's count and the image's size. It picks the image as LookupIconIdFromDirectoryEx does
-// (Microsoft Learn), so what it is going to read can be looked at first. What it does not find it reports by itself.
+// LoadImageW believes the group's count and what the image tells of itself. It picks the image as
+// LookupIconIdFromDirectoryEx does (Microsoft Learn), so what it is going to read can be looked at first. What it does
+// not find it reports by itself.
 bool IconMinerExe::CanBeLoaded(const wchar_t* groupName, int width, int height) const {
   const HRSRC groupResource = FindResourceW(module_.get(), groupName, RT_GROUP_ICON);
   if (groupResource == nullptr) return true;
@@ -115,7 +117,7 @@ bool IconMinerExe::CanBeLoaded(const wchar_t* groupName, int width, int height) 
   if (!group.HasHeader() || group.WholeCount() < group.ClaimedCount()) return false;
   const int id = LookupIconIdFromDirectoryEx(group.Data(), TRUE, width, height, LR_DEFAULTCOLOR);
   const HRSRC image = id != 0 ? FindResourceW(module_.get(), MAKEINTRESOURCEW(id), RT_ICON) : nullptr;
-  return image == nullptr || IsResourceWhole(module_.get(), image);
+  return image == nullptr || IsPlausibleImage(WholeResource(module_.get(), image));
 }
 
 }  // namespace quarry

@@ -1,10 +1,14 @@
 #include "quarry/icons/iconMinerIco.h"
 
 #include "quarry/diagnostics/log.h"
+#include "quarry/icons/imageHeader.h"
 
+#include "lib/misc/fileBytes.h"
 #include "lib/misc/platformHandles.h"
 
-#include <array>
+#include <cstring>
+#include <span>
+#include <vector>
 
 namespace quarry {
 
@@ -44,6 +48,26 @@ bool ReadPart(HANDLE file, Part& part) {
 
 MinedIcon MinedFrom(const IcoEntry& entry) { return {entry.width, entry.height, entry.bitCount}; }
 
+template <typename Part>
+Part PartAt(std::span<const std::uint8_t> bytes, std::size_t offset) {
+  Part part{};
+  if (offset + sizeof(part) <= bytes.size()) std::memcpy(&part, bytes.data() + offset, sizeof(part));
+  return part;
+}
+
+/// LoadImageW believes what the images tell of themselves, and takes the one that comes closest to the size: none of
+/// those that the directory has for this size may lie.
+bool CanBeLoaded(std::span<const std::uint8_t> file, const MinedIcon& icon) {
+  const int count = PartAt<IcoHeader>(file, 0).count;
+  for (int position = 0; position < count; ++position) {
+    const auto entry =
+        PartAt<IcoEntry>(file, sizeof(IcoHeader) + sizeof(IcoEntry) * static_cast<std::size_t>(position));
+    if (entry.width != icon.width || entry.height != icon.height) continue;
+    if (entry.imageOffset >= file.size() || !IsPlausibleImage(file.subspan(entry.imageOffset))) return false;
+  }
+  return count > 0;
+}
+
 }  // namespace
 
 bool IconMinerIco::Init(const std::wstring& path, std::int32_t /*index*/) {
@@ -82,6 +106,12 @@ bool IconMinerIco::Init(const std::wstring& path, std::int32_t /*index*/) {
 
 UniqueIcon IconMinerIco::LoadIconOf(const MinedIcon& icon) const {
   if (!CheckInitialized()) return {};
+  const auto file = ReadWholeFile(path_);
+  if (!file) return {};
+  if (!CanBeLoaded(*file, icon)) {
+    SetLastError(ERROR_INVALID_DATA);
+    return {};
+  }
   return UniqueIcon(static_cast<HICON>(LoadImageW(nullptr, path_.c_str(), IMAGE_ICON, static_cast<int>(icon.width),
                                                   static_cast<int>(icon.height), LR_LOADFROMFILE)));
 }

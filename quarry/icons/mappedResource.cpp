@@ -52,9 +52,11 @@ std::span<const std::uint8_t> MappedBytesOf(HMODULE module, HRSRC resource) {
   return MappedFrom(bytes);
 }
 
-bool IsResourceWhole(HMODULE module, HRSRC resource) {
+std::span<const std::uint8_t> WholeResource(HMODULE module, HRSRC resource) {
   const std::span<const std::uint8_t> bytes = MappedBytesOf(module, resource);
-  return !bytes.empty() && SizeofResource(module, resource) <= bytes.size();
+  if (bytes.empty()) return {};
+  const DWORD size = SizeofResource(module, resource);
+  return size <= bytes.size() ? bytes.first(size) : std::span<const std::uint8_t>();
 }
 
 }  // namespace quarry

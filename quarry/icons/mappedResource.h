@@ -11,7 +11,7 @@ namespace quarry {
 /// in: the size that the module gives it is not looked at. Empty when the module's tables lead outside of the mapping.
 std::span<const std::uint8_t> MappedBytesOf(HMODULE module, HRSRC resource);
 
-/// Whether the resource lies inside the mapping with all the bytes that the module gives it.
-bool IsResourceWhole(HMODULE module, HRSRC resource);
+/// The bytes that the module gives to the resource. Empty when not all of them lie inside the mapping.
+std::span<const std::uint8_t> WholeResource(HMODULE module, HRSRC resource);
 
 }  // namespace quarry

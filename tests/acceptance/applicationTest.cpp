@@ -63,7 +63,7 @@ class ApplicationTest : public testing::Test {
     return shortcut.linkPath;
   }
   std::wstring Versioned(const std::wstring& name, std::span<const std::uint8_t> resource) const {
-    const std::wstring path = folder_ / name;
+    std::wstring path = folder_ / name;
     EXPECT_TRUE(WriteVersionedExecutable(path, resource));
     return path;
   }

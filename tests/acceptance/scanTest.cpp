@@ -210,8 +210,10 @@ TEST_F(ScanTest, DepthLimitNamesEveryFolderThatIsLeftOut) {
 
 TEST_F(ScanTest, ReparsePointsAreReportedAndEnteredOnlyWhenAllowed) {
   File(L"outside\\linked.bat");
-  if (!MakeFolderLink(Root(L"root\\link"), Root(L"outside"))) GTEST_SKIP() << "no symbolic links here";
-  ASSERT_TRUE(MakeFolderLink(Root(L"root\\sub\\loop"), Root()));
+  const FolderLink link(Root(L"root\\link"), Root(L"outside"));
+  if (!link) GTEST_SKIP() << "no symbolic links here";
+  const FolderLink loop(Root(L"root\\sub\\loop"), Root());
+  ASSERT_TRUE(loop);
   Define(1, Root());
   for (const bool allowed : {false, true}) {
     settings_.SetString(L"", L"ScanReparsePoints", allowed ? L"1" : L"0");
@@ -280,6 +282,10 @@ TEST_F(ScanTest, ResultsAreDepthFirstInTheOrderOfTheFileSystem) {
   const Names below = DepthFirst(Root(L"root\\sub"));
   expected.insert(expected.end(), below.begin(), below.end());
   EXPECT_EQ(Scan(), expected);
+
+  Define(1, folder_.Path() + L"\\\\root\\");  // below the root itself the paths are clean
+  Scan();
+  EXPECT_EQ(HostLog::Count(2, L"Scanning \"" + Root(L"root\\sub") + L"\", depth = 1\n"), 1U);
 }
 
 TEST_F(ScanTest, RegistryDefinesFilters1To9) {

@@ -5,6 +5,9 @@
 
 #include <windows.h>
 
+#include <functional>
+#include <utility>
+
 namespace quarry::test {
 namespace {
 
@@ -22,37 +25,48 @@ std::wstring UnixName(const std::wstring& path) {
       reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name")));
   char* const name = convert == nullptr ? nullptr : convert(path.c_str());
   if (name == nullptr) return {};
-  const std::wstring result = Unicode_WideFromUtf8(name);
+  std::wstring result = Unicode_WideFromUtf8(name);
   HeapFree(GetProcessHeap(), 0, name);
   return result;
 }
 
 /// A Unix program has no process handle to wait for, so its effect is waited for.
-bool MakeUnixLink(const std::wstring& linkPath, const std::wstring& target) {
-  const std::wstring unixTarget = UnixName(target);
-  if (unixTarget.empty()) return false;
-  std::wstring command = L"ln -s \"" + unixTarget + L"\" \"" + UnixName(linkPath) + L"\"";
+bool RunUnixProgram(const wchar_t* program, std::wstring command, const std::function<bool()>& done) {
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
   PROCESS_INFORMATION process{};
-  if (!CreateProcessW(L"Z:\\bin\\ln", command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                      &process)) {
+  if (!CreateProcessW(program, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
     return false;
   }
   const UniqueKernelHandle processOwner(process.hProcess);
   const UniqueKernelHandle threadOwner(process.hThread);
-  for (const DWORD start = GetTickCount(); !IsLink(linkPath); Sleep(10)) {
+  for (const DWORD start = GetTickCount(); !done(); Sleep(10)) {
     if (GetTickCount() - start > kTimeLimitMs) return false;
   }
   return true;
 }
 
-}  // namespace
+bool MakeUnixLink(const std::wstring& linkPath, const std::wstring& target) {
+  const std::wstring unixTarget = UnixName(target);
+  if (unixTarget.empty()) return false;
+  return RunUnixProgram(L"Z:\\bin\\ln", L"ln -s \"" + unixTarget + L"\" \"" + UnixName(linkPath) + L"\"",
+                        [&] { return IsLink(linkPath); });
+}
 
-bool MakeFolderLink(const std::wstring& linkPath, const std::wstring& target) {
+bool MakeLink(const std::wstring& linkPath, const std::wstring& target) {
   constexpr DWORD kFlags = SYMBOLIC_LINK_FLAG_ALLOW_UNPRIVILEGED_CREATE | SYMBOLIC_LINK_FLAG_DIRECTORY;
   const BOOLEAN made = CreateSymbolicLinkW(linkPath.c_str(), target.c_str(), kFlags);
   return (made != FALSE && IsLink(linkPath)) || MakeUnixLink(linkPath, target);
+}
+
+}  // namespace
+
+FolderLink::FolderLink(std::wstring linkPath, const std::wstring& target)
+    : path_(std::move(linkPath)), made_(MakeLink(path_, target)) {}
+
+FolderLink::~FolderLink() {
+  if (!made_ || (RemoveDirectoryW(path_.c_str()) && !IsLink(path_))) return;
+  RunUnixProgram(L"Z:\\bin\\rm", L"rm \"" + UnixName(path_) + L"\"", [this] { return !IsLink(path_); });
 }
 
 }  // namespace quarry::test

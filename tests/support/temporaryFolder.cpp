@@ -37,9 +37,13 @@ void RemoveTree(const std::wstring& longPath) {
     const std::wstring path = longPath + L'\\' + name;
     SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
     const bool isFolder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    const bool isLink = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-    if (isFolder && !isLink) RemoveTree(path);
-    if (!(isFolder ? RemoveDirectoryW(path.c_str()) : DeleteFileW(path.c_str())) && isLink) DeleteFileW(path.c_str());
+    if (!isFolder) {
+      DeleteFileW(path.c_str());
+    } else if ((entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+      RemoveDirectoryW(path.c_str());
+    } else {
+      RemoveTree(path);
+    }
   } while (FindNextFileW(find.get(), &entry));
   find.reset();
   RemoveDirectoryW(longPath.c_str());
@@ -61,13 +65,13 @@ TemporaryFolder::TemporaryFolder(std::wstring_view name)
 TemporaryFolder::~TemporaryFolder() { RemoveTree(LongPath(path_)); }
 
 std::wstring TemporaryFolder::MakeFolder(std::wstring_view relative) const {
-  const std::wstring path = *this / relative;
+  std::wstring path = *this / relative;
   MakeFolders(LongPath(path));
   return path;
 }
 
 std::wstring TemporaryFolder::WriteBytes(std::wstring_view relative, std::span<const std::uint8_t> bytes) const {
-  const std::wstring path = *this / relative;
+  std::wstring path = *this / relative;
   MakeFolders(LongPath(FolderOf(path)));
   const UniqueFile file(
       CreateFileW(LongPath(path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -84,7 +88,7 @@ std::wstring TemporaryFolder::WriteText(std::wstring_view relative, std::wstring
 }
 
 std::wstring TemporaryFolder::CopyFrom(std::wstring_view relative, const fs::path& source) const {
-  const std::wstring path = *this / relative;
+  std::wstring path = *this / relative;
   MakeFolders(LongPath(FolderOf(path)));
   if (!CopyFileW(source.c_str(), LongPath(path).c_str(), FALSE)) Fail("CopyFileW", path);
   return path;

@@ -8,7 +8,7 @@
 namespace quarryctl {
 
 std::string FormatExtensionTable(std::span<const QuarryExtensionEntry> extensions) {
-  const std::string count = std::to_string(extensions.size()) + (extensions.size() == 1 ? " type\n" : " types\n");
+  std::string count = std::to_string(extensions.size()) + (extensions.size() == 1 ? " type\n" : " types\n");
   if (extensions.empty()) return count;
   std::vector<TableRow> rows = {{"TYPE", "DESCRIPTION"}};
   for (const QuarryExtensionEntry& extension : extensions) {

@@ -23,6 +23,7 @@ struct IconOptions {
 
 std::string FormatFields(const QuarryIconInfo& icon) {
   std::vector<TableRow> rows;
+  rows.reserve(kIconNumberFields.size() + kIconTextFields.size());
   for (const NumberField& field : kIconNumberFields) rows.push_back({field.name, std::to_string(icon.*field.member)});
   for (const IconTextField& field : kIconTextFields) rows.push_back({field.name, Utf8FromWide(icon.*field.member)});
   return FormatTable(rows);
