@@ -38,6 +38,8 @@ class ClientDrive {
   ~ClientDrive() {
     std::error_code ignored;
     std::filesystem::remove_all(folder_.parent_path(), ignored);
+    // With the folder of all servers there, Wine would make any server that is asked for.
+    std::filesystem::remove(folder_.parent_path().parent_path(), ignored);
   }
   ClientDrive(const ClientDrive&) = delete;
   ClientDrive& operator=(const ClientDrive&) = delete;
