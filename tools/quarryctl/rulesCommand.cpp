@@ -83,7 +83,8 @@ bool CheckFile(const std::string& name, const CommandContext& context) {
   bool clean = true;
   for (int number = 1; const std::optional<RuleLine> line = reader.Next(); ++number) {
     for (const std::string& finding : CheckLine(*line, reading)) {
-      context.out.Write(name + ':' + std::to_string(number) + ": " + finding + '\n');
+      std::string text = name;
+      context.out.Write(text.append(":").append(std::to_string(number)).append(": ").append(finding).append("\n"));
       clean = false;
     }
   }
