@@ -5,6 +5,7 @@
 
 #include "lib/misc/fileBytes.h"
 #include "lib/misc/platformHandles.h"
+#include "lib/string/str.h"
 
 #include "tests/support/iconImages.h"
 #include "tests/support/processOutput.h"
@@ -30,7 +31,6 @@ namespace {
 
 namespace fs = std::filesystem;
 namespace Flat = Gdiplus::DllExports;
-using testing::AllOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -439,7 +439,9 @@ TEST_F(Icons, TwoProcessesFillOneFolderTogether) {
   ASSERT_THAT(CacheFiles(), SizeIs(images.size()));
   for (const IconImage& image : images) {
     const std::wstring size = std::to_wstring(image.width);
-    EXPECT_EQ(DecodePng(cache_ + L'\\' + NameOf(image) + L'-' + size + L'-' + size + L".png"), PictureOf(image));
+    const std::wstring file =
+        Str_FormatWide(L"%s\\%s-%s-%s.png", cache_.c_str(), NameOf(image).c_str(), size.c_str(), size.c_str());
+    EXPECT_EQ(DecodePng(file), PictureOf(image));
   }
 }
 

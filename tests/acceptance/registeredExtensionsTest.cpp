@@ -147,7 +147,7 @@ TEST_F(RegisteredExtensionsTest, AreExactForThousandsOfTypes) {
     Class(Numbered(L"QuarryProgId", index), Numbered(L"File of ", index), program);
     expected[program];
   }
-  const auto Expect = [&](int program, const std::wstring& type, const std::wstring& description) {
+  const auto expect = [&](int program, const std::wstring& type, const std::wstring& description) {
     expected[Numbered(L"app", program) + L".exe"][type] = description;
   };
   for (int index = 0; index < kExtensions; ++index) {
@@ -156,15 +156,15 @@ TEST_F(RegisteredExtensionsTest, AreExactForThousandsOfTypes) {
     const int second = index * 7 % kPrograms;
     RegistryFixture& key = Key(type);
     key.SetString(L"", L"", Numbered(L"QuarryProgId", first));
-    Expect(first, type, Numbered(L"File of ", first));
+    expect(first, type, Numbered(L"File of ", first));
     if (index % 5 != 0) continue;
     key.SetRaw(L"OpenWithProgIds", Numbered(L"QuarryProgId", second), REG_NONE, {});
-    Expect(second, type, Numbered(L"File of ", second));
+    expect(second, type, Numbered(L"File of ", second));
   }
   for (int index = 0; index < kProtocols; ++index) {
     const std::wstring type = Numbered(L"quarryp", index);
     Class(type, L"URL", Numbered(L"app", index) + L".exe").SetString(L"", L"URL Protocol", L"");
-    Expect(index, type, L"");
+    expect(index, type, L"");
   }
 
   for (const wchar_t* const caches : {L"cold", L"warm"}) {

@@ -57,7 +57,8 @@ Names Listing(const std::wstring& folder) {
 Names DepthFirst(const std::wstring& folder) {
   Names names;
   for (const std::wstring& name : Listing(folder)) {
-    const std::wstring path = folder + L'\\' + name;
+    std::wstring path = folder;
+    path.append(L"\\").append(name);
     const bool isFolder = (GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_DIRECTORY) != 0;
     const Names below = isFolder ? DepthFirst(path) : Names{name};
     names.insert(names.end(), below.begin(), below.end());

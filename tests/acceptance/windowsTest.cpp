@@ -129,8 +129,9 @@ TEST(WindowManager, SkipsByTheFirstTestThatDecides) {
       if (specs[index].title.empty()) continue;
       EXPECT_EQ(CountTitle(windows, specs[index].title), lines.back() == kept ? 1u : 0u) << index;
     }
-    const auto first = std::find_if(windows.begin(), windows.end(),
-                                    [&](const QuarryWindowInfo& window) { return window.imagePath == program; });
+    const auto first = std::find_if(windows.begin(), windows.end(), [&path = program](const QuarryWindowInfo& window) {
+      return window.imagePath == path;
+    });
     ASSERT_NE(first, windows.end()) << "no window has the program's path";
     for (const QuarryWindowInfo& window : windows) {
       EXPECT_EQ(window.isVisible, 1);
@@ -282,8 +283,8 @@ void MakeProgram(const std::wstring& path, const std::wstring& company, std::uin
   constexpr std::size_t kFixedInfo = 40;  // behind the root's header and key
   std::memcpy(&numbers, bytes.data() + kFixedInfo, sizeof(numbers));
   ASSERT_EQ(numbers.dwSignature, static_cast<DWORD>(VS_FFI_SIGNATURE));
-  numbers.dwFileVersionMS = MAKELONG(2, major);
-  numbers.dwFileVersionLS = MAKELONG(revision, 3);
+  numbers.dwFileVersionMS = static_cast<DWORD>(MAKELONG(2, major));
+  numbers.dwFileVersionLS = static_cast<DWORD>(MAKELONG(revision, 3));
   std::memcpy(bytes.data() + kFixedInfo, &numbers, sizeof(numbers));
   ASSERT_TRUE(PutResource(path, RT_VERSION, MAKEINTRESOURCEW(1), bytes));
 }
@@ -299,7 +300,7 @@ TEST(WindowFilter, AppliesRuleFilesAheadOfRegistryRulesForAsLongAsTheFacadeLives
     std::vector<std::wstring> titles;
     for (const QuarryWindowInfo& window : host.GetOpenWindows()) {
       if (std::wstring_view(window.imagePath).find(L"quarryRules") != std::wstring::npos)
-        titles.push_back(window.title);
+        titles.emplace_back(window.title);
     }
     std::sort(titles.begin(), titles.end());
     return titles;

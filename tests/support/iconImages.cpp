@@ -17,7 +17,9 @@ void Append(Bytes& bytes, std::uint32_t value, int size) {
 }
 
 std::size_t ColorsIn(int bitCount) { return bitCount <= 8 ? std::size_t{1} << bitCount : 0; }
-std::size_t RowSize(int width, int bitCount) { return static_cast<std::size_t>((width * bitCount + 31) / 32 * 4); }
+std::size_t RowSize(int width, int bitCount) {
+  return (static_cast<std::size_t>(width) * static_cast<std::size_t>(bitCount) + 31) / 32 * 4;
+}
 
 std::uint32_t PaletteColor(std::size_t index, std::size_t colors) {
   const auto level = static_cast<std::uint32_t>(index * 255 / (colors - 1));
@@ -62,9 +64,10 @@ void AppendMaskRow(Bytes& bytes, int width) {
 }
 
 std::uint32_t ReadPixel(const IconImage& image, const std::uint8_t* row, int x) {
-  const std::size_t bit = static_cast<std::size_t>(x * image.bitCount);
+  const std::size_t bit = static_cast<std::size_t>(x) * static_cast<std::size_t>(image.bitCount);
   const std::uint8_t* const at = row + bit / 8;
-  if (image.bitCount == 32) return at[0] | at[1] << 8 | at[2] << 16 | static_cast<std::uint32_t>(at[3]) << 24;
+  if (image.bitCount == 32)
+    return static_cast<std::uint32_t>(at[0] | at[1] << 8 | at[2] << 16) | static_cast<std::uint32_t>(at[3]) << 24;
   if (x >= image.width / 2) return 0;
   if (image.bitCount == 24) return 0xFF000000u | static_cast<std::uint32_t>(at[0] | at[1] << 8 | at[2] << 16);
   const auto index = static_cast<std::size_t>(*at >> (8 - image.bitCount - static_cast<int>(bit % 8))) &

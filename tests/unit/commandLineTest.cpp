@@ -18,7 +18,7 @@ class CommandLine : public FileTypesFixture {
  protected:
   std::optional<FileTypeHandler> Add(const std::wstring& commandLine) {
     FileTypeInfoWin32 record(".q", 0);
-    const std::optional<FileTypeHandler> handler = record.AddApplicationWithCommandLine(commandLine);
+    std::optional<FileTypeHandler> handler = record.AddApplicationWithCommandLine(commandLine);
     EXPECT_EQ(record.handlerPaths.size(), handler ? 1u : 0u);
     EXPECT_EQ(record.actionUris.size(), record.handlerPaths.size());
     return handler;
@@ -60,9 +60,9 @@ TEST_F(CommandLine, LeadsToItsProgramAndItsActionUri) {
            "%5Ctwo&argv%5B%5D=words%5CApp.exe&argv%5B%5D=%251"},
       {L"%QUARRYTEST%\\App.exe %1", Handler(L"App.exe"), Uri("App.exe") + "?argv%5B%5D=%251"},
       {L"\"%1\" %*", "c:\\windows\\explorer.exe", "file:///C:/windows/explorer.exe?argv%5B%5D=%22%251%22"},
-      {L"%SystemRoot%\\system32\\notepad.exe %1", "c:\\windows\\system32\\notepad.exe",
+      {L"%SystemRoot%\\system32\\notepad.exe %1", R"(c:\windows\system32\notepad.exe)",
        "file:///C:/windows/system32/notepad.exe?argv%5B%5D=%251"},
-      {L"\"notepad.exe\"", "c:\\windows\\system32\\notepad.exe", "file:///C:/windows/system32/notepad.exe"},
+      {L"\"notepad.exe\"", R"(c:\windows\system32\notepad.exe)", "file:///C:/windows/system32/notepad.exe"},
   };
   for (const auto& each : cases) {
     const std::optional<FileTypeHandler> handler = Add(each.line);
@@ -156,7 +156,7 @@ TEST_F(CommandLine, AsksAServerThatDoesNotAnswerOnceInABuild) {
   AppUtil_BuildGlobalApplicationList(0);
   const std::optional<FileTypeHandler> handler = Add(line);
   ASSERT_TRUE(handler);
-  EXPECT_EQ(handler->path, "\\\\quarrytestserver\\share\\app.exe");
+  EXPECT_EQ(handler->path, R"(\\quarrytestserver\share\app.exe)");
 }
 
 TEST_F(CommandLine, CostsOnlyItselfWhenMemoryRunsOut) {

@@ -25,6 +25,7 @@ void CountBuilds(std::uint32_t level, const wchar_t* message) {
   }
 }
 
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): GoogleTest alone makes and destroys it
 class FacadeFileTypes : public testing::Test {
  protected:
   FacadeFileTypes() {

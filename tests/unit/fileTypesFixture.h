@@ -19,6 +19,7 @@
 namespace quarry::test {
 
 /// Programs, registered classes, messages and the time, all as a test says. Starts with empty caches.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): GoogleTest alone makes and destroys it
 class FileTypesFixture : public testing::Test {
  protected:
   FileTypesFixture() {
@@ -64,7 +65,7 @@ class FileTypesFixture : public testing::Test {
   // Later than the last test's, so that the next build finds its caches out of date.
   static inline ULONGLONG now = 1;
   static inline ULONGLONG step = 0;
-  TemporaryFolder folder{L"Quarry Types"};
+  TemporaryFolder folder{L"Quarry Types"};  // NOLINT(readability-identifier-naming): for the tests, as the above
 
  private:
   std::deque<RegistryFixture> keys_;

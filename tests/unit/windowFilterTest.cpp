@@ -30,6 +30,7 @@ namespace quarry::test {
 namespace {
 
 /// Records the log entry's messages and leaves no rules behind.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): GoogleTest alone makes and destroys it
 class ProceduralTest : public testing::Test {
  protected:
   ProceduralTest() {
@@ -66,7 +67,8 @@ class WindowFilter : public ProceduralTest {
     for (int index = 0; index <= rules.last; ++index) {
       std::string items;
       for (const RuleItem& item : rules.sets[static_cast<std::size_t>(index)]) {
-        items = ' ' + std::to_string(static_cast<int>(item.key)) + ':' + item.value + items;
+        std::string entry = " ";
+        items.insert(0, entry.append(std::to_string(static_cast<int>(item.key))).append(":").append(item.value));
       }
       text += '[' + items + " ]";
     }
@@ -198,6 +200,7 @@ TEST_F(WindowFilter, StaysWithinBoundsOnHostileFolders) {
   const std::filesystem::path filters = folder_ / L"Filters";
   std::filesystem::create_directories(filters / L"sub");
   std::ofstream(filters / L"noise", std::ios::binary) << "BeginRule\n" << noise;
+  // NOLINTNEXTLINE(bugprone-string-constructor): ten million characters are meant
   std::ofstream(filters / L"endless", std::ios::binary) << "BeginRule\naction=" << std::string(10'000'000, 'x');
   const std::ofstream writer(filters / L"open");  // a file that is being written
   for (int index = 0; index < 5'000; ++index) {
@@ -216,7 +219,7 @@ TEST_F(WindowFilter, StaysWithinBoundsOnHostileFolders) {
 }
 
 TEST_F(WindowFilter, ReadsRegistryValuesOfEveryTypeAndSize) {
-  constexpr char kPath[] = "Software\\Velkor, Inc.\\Velkor Tarn\\Velkor Seamly\\Filters";
+  constexpr char kPath[] = R"(Software\Velkor, Inc.\Velkor Tarn\Velkor Seamly\Filters)";
   AddRegKeyRules(nullptr);
   EXPECT_EQ(Count(std::string("AddRegKeyRules: Skipping non-existing Seamly filter key '") + kPath + "'.\n"), 1);
   EXPECT_EQ(Count("Skipping non-existing"), 2);
