@@ -52,7 +52,8 @@ LSTATUS ReadValue(const std::wstring& keyPath, const std::wstring& valueName, DW
   data.resize(size);
   status = RegQueryValueExW(key.get(), valueName.c_str(), nullptr, &type, data.data(), &size);
   // The value can have been replaced between the two queries, and a number can be stored with any length.
-  const bool damaged = type != expectedType || (expectedType == REG_DWORD && size != sizeof(DWORD));
+  const bool damaged =
+      type != expectedType || size > data.size() || (expectedType == REG_DWORD && size != sizeof(DWORD));
   if (status == ERROR_SUCCESS && damaged) status = ERROR_INVALID_DATA;
   if (status != ERROR_SUCCESS) {
     Log(LogLevel::Error, L"Failed to get registry value %s, error %ld\n", fullName.c_str(), status);
@@ -62,7 +63,7 @@ LSTATUS ReadValue(const std::wstring& keyPath, const std::wstring& valueName, DW
   return ERROR_SUCCESS;
 }
 
-/// Tells whether the opened key passes, or whether it is right that there is none.
+/// What was found at one key path.
 enum class KeyState { Missing, Passes, Fails };
 
 KeyState InspectKey(const std::wstring& keyPath, bool checkAcl) {
@@ -139,10 +140,10 @@ LSTATUS Registry::ReadString(const std::wstring& subkey, const std::wstring& val
 bool Registry::IsKeyAdminOnly(const std::wstring& subkey, bool checkAcl) const {
   const KeyState policy =
       policyFirst_ ? InspectKey(KeyPath(L"SOFTWARE\\Policies", root_, subkey), checkAcl) : KeyState::Missing;
-  if (policy == KeyState::Fails) return false;
+  if (checkAcl && policy == KeyState::Fails) return false;
+  if (!checkAcl && policy == KeyState::Passes) return true;
   const KeyState ordinary = InspectKey(KeyPath(L"SOFTWARE", root_, subkey), checkAcl);
-  if (ordinary == KeyState::Fails) return false;
-  return policy == KeyState::Passes || ordinary == KeyState::Passes;
+  return ordinary == KeyState::Passes || (ordinary == KeyState::Missing && policy == KeyState::Passes);
 }
 
 bool Registry::CheckKeyAdminOnly(HKEY key, const std::wstring& keyName) {

@@ -20,7 +20,8 @@ class Registry {
   virtual ~Registry() = default;
 
   /// Reads a REG_DWORD. Returns a Windows error code: 0 when `out` was set, 2 when the value is missing under every
-  /// key (which is silent), 13 when it is of another type. Other errors are logged and returned.
+  /// key (which is silent), 13 when it is of another type. Other errors are logged and returned. `out` stays as it was
+  /// on failure.
   LSTATUS ReadDword(const std::wstring& subkey, const std::wstring& valueName, std::uint32_t& out) const;
 
   /// The same for a REG_SZ, cut at its first NUL whether or not it has one.

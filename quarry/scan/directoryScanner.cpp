@@ -96,11 +96,12 @@ bool DirectoryScanner::ScanDirectory(int depth, const std::wstring& path, const 
                                      ApplicationList& results) const {
   std::optional<TimingScope> timing;
   if (depth == 0) timing.emplace(path);
-  if (path.empty()) {
+  const std::wstring folder = ExpandPath(path);
+  // Also a token of a folder that this system does not have; the pattern made of it would list the current directory.
+  if (folder.empty()) {
     Log(LogLevel::Warning, L"Empty path found in filter %s; skipping!\n", filter.GetName().c_str());
     return true;
   }
-  const std::wstring folder = ExpandPath(path);
   Log(LogLevel::Notable, L"Scanning \"%s\", depth = %d\n", folder.c_str(), depth);
   const int limit = std::min(config_.GetInt(Setting::MaxScanDepth), kDeepestLevel);
   if (depth >= limit) {

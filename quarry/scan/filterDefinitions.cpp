@@ -33,7 +33,7 @@ std::wstring ReadText(const Registry& registry, const std::wstring& subkey, cons
 /// The filter that a subkey with a Root defines; empty when it is disabled.
 ScanFilterPtr ReadDefinition(const Registry& registry, const std::wstring& subkey, const std::wstring& root) {
   std::uint32_t enabled = 1;
-  if (registry.ReadDword(subkey, L"Enabled", enabled) != ERROR_SUCCESS) enabled = 1;
+  registry.ReadDword(subkey, L"Enabled", enabled);
   const std::wstring name = ReadText(registry, subkey, L"Name", subkey);
   const std::wstring includes = ReadText(registry, subkey, L"Includes", L"");
   const std::wstring excludes = ReadText(registry, subkey, L"Excludes", L"");

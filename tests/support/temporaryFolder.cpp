@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <fileapi.h>
+#include <sddl.h>
 
 #include <stdexcept>
 #include <system_error>
@@ -67,6 +68,16 @@ TemporaryFolder::~TemporaryFolder() { RemoveTree(LongPath(path_)); }
 std::wstring TemporaryFolder::MakeFolder(std::wstring_view relative) const {
   std::wstring path = *this / relative;
   MakeFolders(LongPath(path));
+  return path;
+}
+
+std::wstring TemporaryFolder::MakeOpenFolder(std::wstring_view relative) const {
+  std::wstring path = MakeFolder(relative);
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  const BOOL made = ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:P(A;OICI;FA;;;BA)(A;OICI;FA;;;WD)",
+                                                                         SDDL_REVISION_1, &descriptor, nullptr);
+  const UniqueLocal<void> owner(descriptor);
+  if (!made || !SetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, descriptor)) Fail("SetFileSecurityW", path);
   return path;
 }
 

@@ -23,6 +23,8 @@ class TemporaryFolder {
 
   /// These answer the full path of what they made.
   std::wstring MakeFolder(std::wstring_view relative) const;
+  /// With a DACL that lets Everyone add files.
+  std::wstring MakeOpenFolder(std::wstring_view relative) const;
   std::wstring WriteBytes(std::wstring_view relative, std::span<const std::uint8_t> bytes) const;
   /// UTF-16 with its byte-order mark.
   std::wstring WriteText(std::wstring_view relative, std::wstring_view text) const;

@@ -72,6 +72,22 @@ TEST_F(DirectoryScannerTest, DefaultScanUsesTheDefinitionsAndStopsAtAFilterWitho
   EXPECT_THAT(g_messages, Contains(L"Filter  has no paths\n"));
 }
 
+TEST_F(DirectoryScannerTest, PathThatExpandsToNothingIsSkippedNotTakenForTheCurrentFolder) {
+  const ScanFilterImpl filter(L"F", {L"%QUARRY_NOTHING%", folder_ / L"a"});
+  ASSERT_TRUE(SetEnvironmentVariableW(L"QUARRY_NOTHING", L""));
+  EXPECT_TRUE(scanner_.ScanDirectory(0, L"", filter, results_));
+  EXPECT_TRUE(scanner_.ScanWithFilter(filter, results_));
+  EXPECT_THAT(NamesOf(results_), ElementsAre(L"one.bat"));
+  EXPECT_THAT(g_messages, Contains(L"Empty path found in filter F; skipping!\n").Times(2));
+}
+
+TEST_F(DirectoryScannerTest, AbortEndsAFilterAndKeepsWhatItHadFound) {
+  settings_.SetString(L"", L"WritableFolders", L"stop");
+  const ScanFilterImpl filter(L"F", {folder_ / L"a", folder_.MakeOpenFolder(L"open"), folder_ / L"b"});
+  EXPECT_FALSE(scanner_.ScanWithFilter(filter, results_));
+  EXPECT_THAT(NamesOf(results_), ElementsAre(L"one.bat"));
+}
+
 TEST_F(DirectoryScannerTest, RefusesToGoDeeperThanTheStackAllows) {
   settings_.SetString(L"", L"MaxScanDepth", L"2147483647");
   const ScanFilterImpl filter(L"Deep", {});
