@@ -11,7 +11,11 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <memory>
+#include <new>
 #include <utility>
+#include <vector>
 
 using quarry::ApplicationList;
 using quarry::ApplicationMap;
@@ -32,25 +36,15 @@ quarry::Quarry* g_quarry = nullptr;
 
 const wchar_t* OrNull(const wchar_t* text) { return text != nullptr ? text : L"(null)"; }
 
-/// Gives a record handed out back: its entry in the application map and its strings.
-void Retire(const QuarryApplicationInfo& record) {
-  if (!ApplicationMap::Instance().Remove(&record)) {
-    Log(LogLevel::Detail, L"Unable to find application %s in map.", OrNull(record.path));
-  }
-  quarry::FreeStrings(record);
+void LeaveMap(const QuarryApplicationInfo& record) {
+  if (ApplicationMap::Instance().Remove(&record)) return;
+  Log(LogLevel::Detail, L"Unable to find application %s in map.", OrNull(record.path));
 }
 
 QuarryIconInfo* HandOutIcon(const IconPtr& icon) {
   if (icon == nullptr) return nullptr;
   RecordArray<QuarryIconInfo> record(1);
   record.Append(*icon);
-  return record.Release();
-}
-
-QuarryApplicationInfo* HandOutApplication(const ApplicationPtr& application) {
-  if (application == nullptr) return nullptr;
-  RecordArray<QuarryApplicationInfo> record(1);
-  ApplicationMap::Instance().Enter(&record.Append(*application), application);
   return record.Release();
 }
 
@@ -68,6 +62,10 @@ QuarryApplicationInfo* HandOutApplications(const ApplicationList& applications) 
     throw;
   }
   return records.Release();
+}
+
+QuarryApplicationInfo* HandOutApplication(const ApplicationPtr& application) {
+  return application != nullptr ? HandOutApplications({application}) : nullptr;
 }
 
 void RunFilters(const ScanFilterList& filters, QuarryApplicationInfo** outApps, std::uint64_t* outCount) {
@@ -262,9 +260,10 @@ void Quarry_FreeApplication(QuarryApplicationInfo* app) { Quarry_FreeApplication
 
 void Quarry_FreeApplications(QuarryApplicationInfo* apps, uint64_t count) {
   if (apps == nullptr) return;
-  Guarded("Quarry_FreeApplications", [=] {
-    for (uint64_t index = 0; index < count; ++index) Retire(apps[index]);
-  });
+  for (uint64_t index = 0; index < count; ++index) {
+    Guarded("Quarry_FreeApplications", [=] { LeaveMap(apps[index]); });
+    quarry::FreeStrings(apps[index]);
+  }
   std::free(apps);
 }
 

@@ -192,9 +192,8 @@ TEST(HiddenWindow, LivesAsLongAsTheLibraryIsInUse) {
   EXPECT_EQ(HiddenWindow(), nullptr);
   const QuarryHost again;
   EXPECT_EQ(HostLog::Count(0, L"RegisterClass failed, err=1410\n"), 1U);
-  const bool made = HiddenWindow() != nullptr;
-  EXPECT_EQ(HostLog::Count(3, L"Successfully created hidden window\n"), made ? 1U : 0U);
-  EXPECT_EQ(HostLog::Count(0, L"Failed to create hidden window\n"), made ? 0U : 1U);
+  EXPECT_EQ(HostLog::Count(3, L"Successfully created hidden window\n"), 1U);
+  EXPECT_NE(HiddenWindow(), nullptr);
 }
 
 TEST(Dll, ExportsExactlyTheDocumentedNames) {
