@@ -18,6 +18,7 @@ int main(void) {
   InitFn init = library ? (InitFn)(void (*)(void))GetProcAddress(library, "Quarry_Init") : NULL;
   if (!init) return 1;
   _setmode(_fileno(stdout), _O_U8TEXT);
+  _setmode(_fileno(stderr), _O_U8TEXT);
   QuarryFunctions quarry = {0};
   init(PrintError, 0, &quarry);
 

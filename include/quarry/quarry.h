@@ -237,17 +237,19 @@ typedef struct QuarryFunctions {
 }
 #endif
 
+#if UINTPTR_MAX == UINT64_MAX
 #if defined(__cplusplus)
 #define QUARRY_LAYOUT(type, size) static_assert(sizeof(type) == (size), #type " has a fixed layout")
-#else
+#elif __STDC_VERSION__ >= 201112L
 #define QUARRY_LAYOUT(type, size) _Static_assert(sizeof(type) == (size), #type " has a fixed layout")
+#else /* what a compiler of older C understands as an assertion */
+#define QUARRY_LAYOUT(type, size) typedef char type##HasFixedLayout[sizeof(type) == (size) ? 1 : -1]
 #endif
-#if UINTPTR_MAX == UINT64_MAX
 QUARRY_LAYOUT(QuarryApplicationInfo, 96);
 QUARRY_LAYOUT(QuarryIconInfo, 40);
 QUARRY_LAYOUT(QuarryWindowInfo, 24);
 QUARRY_LAYOUT(QuarryExtensionList, 16);
 QUARRY_LAYOUT(QuarryExtensionEntry, 16);
 QUARRY_LAYOUT(QuarryFunctions, 18 * sizeof(void (*)(void)));
-#endif
 #undef QUARRY_LAYOUT
+#endif
