@@ -46,7 +46,7 @@ void LogView::Add(std::uint32_t level, std::wstring_view message) {
   } else if (level == QUARRY_LOG_WARNING) {
     ++hiddenWarnings_;
   }
-  if (level <= QUARRY_LOG_NOTABLE) keptLines_.push_back(Line(level, message));
+  if (keepsLines_ && level <= QUARRY_LOG_NOTABLE) keptLines_.push_back(Line(level, message));
 }
 
 }  // namespace quarryctl

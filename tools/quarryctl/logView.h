@@ -10,7 +10,7 @@
 namespace quarryctl {
 
 /// The reader of the library's messages: shows them on the error stream, level by level as the administrator asks,
-/// keeps those that explain a refusal, and feeds the progress line. Only one exists at a time.
+/// keeps those that explain a refusal where asked to, and feeds the progress line. Only one exists at a time.
 class LogView {
  public:
   /// Shows the levels below `shownLevels` (0 shows nothing, 4 everything).
@@ -23,9 +23,10 @@ class LogView {
   /// library is loaded.
   static void Receive(std::uint32_t level, const wchar_t* message) noexcept;
 
-  /// The messages up to QUARRY_LOG_NOTABLE so far, each as one line that begins with the name of its level.
+  /// From now on keeps the messages up to QUARRY_LOG_NOTABLE.
+  void KeepLines() { keepsLines_ = true; }
+  /// Each as one line that begins with the name of its level.
   const std::vector<std::string>& KeptLines() const { return keptLines_; }
-  void ForgetKeptLines() { keptLines_.clear(); }
   /// How many warnings were not shown.
   unsigned HiddenWarnings() const { return hiddenWarnings_; }
   /// Takes the progress line off the terminal before anything else is written there.
@@ -39,6 +40,7 @@ class LogView {
   Output& err_;
   unsigned shownLevels_;
   Progress progress_;
+  bool keepsLines_ = false;
   std::vector<std::string> keptLines_;
   unsigned hiddenWarnings_ = 0;
 };

@@ -25,7 +25,7 @@ ExitStatus RunVerify(const std::string& path, const CommandContext& context) {
   LogView log(context.err, context.verbosity == 0 ? 0 : ShownLevels(context));
   const std::unique_ptr<Library> library = Library::Open(&LogView::Receive, context.err);
   if (!library) return kNothingFound;
-  log.ForgetKeptLines();
+  log.KeepLines();
   if (library->VerifyApplication(fullPath)) {
     context.out.Write(Utf8FromWide(fullPath) + ": an application can be made from it\n");
     return kDone;
