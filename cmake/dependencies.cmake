@@ -2,6 +2,9 @@
 
 if(NOT MINGW)
   find_package(ICU REQUIRED COMPONENTS uc data)
+  # The module's targets know neither that these are static nor that the one needs the other.
+  target_link_libraries(ICU::uc INTERFACE ICU::data)
+  target_compile_definitions(ICU::uc INTERFACE U_STATIC_IMPLEMENTATION)
   find_package(uriparser CONFIG REQUIRED)
   find_package(Boost REQUIRED)
   find_package(nlohmann_json CONFIG REQUIRED)
