@@ -205,13 +205,6 @@ TEST_F(QuarryCtl, EachVAddsALevelOfTheLog) {
   }
 }
 
-TEST_F(QuarryCtl, DebugReportsThatAScanLeavesNothingBehind) {
-  const ProcessOutput output = Run({L"debug"});
-  EXPECT_EQ(output.exitCode, 0u);
-  EXPECT_TRUE(HasLineWith(output.out, "memleak: no leaks.", "")) << output.out;
-  EXPECT_TRUE(HasLineWith(output.out, "timer:", "")) << output.out;
-}
-
 // The program in the guide for hosts.
 TEST_F(QuarryCtl, ExampleHostListsWhatAScanFinds) {
   const Json applications = Json::parse(Run({L"scan", L"--json"}).out, nullptr, false);
