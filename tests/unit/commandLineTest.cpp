@@ -29,43 +29,28 @@ class CommandLine : public FileTypesFixture {
     EXPECT_FALSE(Add(commandLine));
     return now != before;
   }
-  /// The action URI of a program of the folder, without its query.
-  std::string Uri(const std::string& program) const {
-    std::string uri = "file:///" + Unicode_Utf8FromWide(folder.Path()) + '/' + program;
-    std::replace(uri.begin(), uri.end(), '\\', '/');
-    for (std::size_t space = uri.find(' '); space != std::string::npos; space = uri.find(' ', space)) {
-      uri.replace(space, 1, "%20");
-    }
-    return uri;
-  }
 };
 
 TEST_F(CommandLine, LeadsToItsProgramAndItsActionUri) {
-  SetEnvironmentVariableW(L"QUARRYTEST", folder.Path().c_str());
-  Program(L"App.exe");
-  Program(L"two words\\App.exe");  // "two" alone is a folder, which is no program
-  Program(L"Bücher.exe");
-  folder.MakeFolder(L"two");
-  const std::wstring path = folder.Path();
-  const std::string cutAtSpace = Uri("").substr(0, Uri("").find("%20"));
+  const std::string browser = R"(c:\program files\internet explorer\iexplore.exe)";
+  const std::string browserUri = "file:///C:/Program%20Files/Internet%20Explorer/iexplore.exe";
+  const std::string notepad = R"(c:\windows\system32\notepad.exe)";
+  const std::string notepadUri = "file:///C:/windows/system32/notepad.exe";
   const struct {
     std::wstring line;
     std::string handler;
     std::string uri;
   } cases[] = {
-      {L'"' + path + L"\\App.exe\" \"%1\"  -x", Handler(L"App.exe"),
-       Uri("App.exe") + "?argv%5B%5D=%22%251%22&argv%5B%5D=-x"},
-      {L" \t\"" + path + L"\\App.exe", Handler(L"App.exe"), Uri("App.exe")},
-      {L'"' + path + L"\\Bücher.exe\" ü&=", Handler(L"Bücher.exe"),
-       Uri("B%C3%BCcher.exe") + "?argv%5B%5D=%C3%BC%26%3D"},
-      {L"\"%QUARRYTEST%\\App.exe\" %1", Handler(L"App.exe"), Uri("App.exe") + "?argv%5B%5D=%251"},
-      // The folder's own name has a space, so the URI of an unquoted line ends before it.
-      {path + L"\\two words\\App.exe %1", Handler(L"two words\\App.exe"),
-       cutAtSpace + "?argv%5B%5D=Types." + std::to_string(GetCurrentProcessId()) +
-           "%5Ctwo&argv%5B%5D=words%5CApp.exe&argv%5B%5D=%251"},
-      {L"%QUARRYTEST%\\App.exe %1", Handler(L"App.exe"), Uri("App.exe") + "?argv%5B%5D=%251"},
-      {L"\"%1\" %*", "c:\\windows\\explorer.exe", "file:///C:/windows/explorer.exe?argv%5B%5D=%22%251%22"},
-      {L"\"notepad.exe\"", R"(c:\windows\system32\notepad.exe)", "file:///C:/windows/system32/notepad.exe"},
+      {LR"("C:\Program Files\Internet Explorer\iexplore.exe" "%1"  -ü&=)", browser,
+       browserUri + "?argv%5B%5D=%22%251%22&argv%5B%5D=-%C3%BC%26%3D"},
+      {L" \t\"C:\\Program Files\\Internet Explorer\\iexplore.exe", browser, browserUri},
+      {LR"("%ProgramFiles%\Internet Explorer\iexplore.exe" %1)", browser, browserUri + "?argv%5B%5D=%251"},
+      // The URI of an unquoted line ends before its first space.
+      {LR"(C:\Program Files\Internet Explorer\iexplore.exe)", browser,
+       "file:///C:/Program?argv%5B%5D=Files%5CInternet&argv%5B%5D=Explorer%5Ciexplore.exe"},
+      {LR"(%SystemRoot%\system32\notepad.exe %1)", notepad, notepadUri + "?argv%5B%5D=%251"},
+      {L"\"notepad.exe\"", notepad, notepadUri},
+      {L"\"%1\" %*", R"(c:\windows\explorer.exe)", "file:///C:/windows/explorer.exe?argv%5B%5D=%22%251%22"},
   };
   for (const auto& each : cases) {
     const std::optional<FileTypeHandler> handler = Add(each.line);
@@ -73,10 +58,14 @@ TEST_F(CommandLine, LeadsToItsProgramAndItsActionUri) {
     EXPECT_EQ(handler->path, each.handler);
     EXPECT_EQ(handler->actionUri, each.uri);
   }
+  folder.MakeFolder(L"two");  // a folder is no program
+  const std::wstring program = Program(L"two words\\Bücher.exe");
   std::wstring shortPath(MAX_PATH, L'\0');
-  shortPath.resize(GetShortPathNameW((folder / L"two words\\App.exe").c_str(), shortPath.data(), MAX_PATH));
+  shortPath.resize(GetShortPathNameW(program.c_str(), shortPath.data(), MAX_PATH));
   ASSERT_EQ(shortPath.find(L' '), std::wstring::npos);
-  EXPECT_EQ(Add(shortPath + L" %1").value_or(FileTypeHandler()).path, Handler(L"two words\\App.exe"));
+  for (const std::wstring& path : {program, shortPath}) {
+    EXPECT_EQ(Add(path + L" %1").value_or(FileTypeHandler()).path, Handler(L"two words\\Bücher.exe"));
+  }
   EXPECT_EQ(AppUtil_ActionURIForCommandLine(L"\"\\\\server\\my share\\x.exe\" a"),
             "file://server/my%20share/x.exe?argv%5B%5D=a");
   EXPECT_THAT(messages, testing::IsEmpty());

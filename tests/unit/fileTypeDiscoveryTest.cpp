@@ -30,27 +30,11 @@ class FileTypeDiscovery : public FileTypesFixture {
   }
 };
 
-TEST_F(FileTypeDiscovery, FilesExtensionsAndProtocolsUnderTheirHandlers) {
+TEST_F(FileTypeDiscovery, FilesClassesAndWhatApplicationsDeclareInBothRegistryViews) {
   Class(L"QuarryProgId1", L"App.exe");
-  Key(L".quarrya").SetString(L"", L"", L"QuarryProgId1");
-  Key(L".quarryb").SetString(L"", L"", L"QuarryProgId1");
-  Class(L"quarryp", L"App.exe").SetString(L"", L"URL Protocol", L"");
-  Class(L"quarryq", L"Other.exe").SetString(L"", L"URL Protocol", L"");
-  Key(L"quarryr").SetDword(L"", L"URL Protocol", 1);  // a protocol whose handler nobody knows
-  Class(L".quarryc", L"App.exe").SetString(L"", L"URL Protocol", L"");
-
-  EXPECT_THAT(BuildTypesOf(L"APP.EXE", kFileTypesProtocols),
-              ElementsAre(".quarrya", ".quarryb", ".quarryc", ".quarryc:", "quarryp:"));
-  EXPECT_THAT(TypesOf(L"Other.exe"), ElementsAre("quarryq:"));
-  EXPECT_THAT(TypesOf(L"none.exe"), IsEmpty());
-  const std::vector<ConstFileTypeInfoPtr> held = AppUtil_FindFileTypes(Handler(L"App.exe"));
-  EXPECT_EQ(held.front()->handlerPaths.size(), 2u);  // named twice, filed once
-  EXPECT_THAT(BuildTypesOf(L"App.exe", 0), ElementsAre(".quarrya", ".quarryb", ".quarryc"));
-  EXPECT_EQ(held.back()->typeName, "quarryp");
-}
-
-TEST_F(FileTypeDiscovery, FindsWhatApplicationsDeclareInBothRegistryViews) {
-  Class(L"QuarryProgId1", L"App.exe");
+  Key(L".quarrya").SetString(L"", L"", L"QuarryProgId1");  // its program is found twice
+  Class(L".quarryc", L"App.exe").SetDword(L"", L"URL Protocol", 1);
+  Key(L"quarryr").SetString(L"", L"URL Protocol", L"");  // a protocol whose handler nobody knows
   const RegistryFixture& registered = Key(L"Software\\RegisteredApplications", HKEY_LOCAL_MACHINE);
   registered.SetString(L"", L"1 App", L"Software\\QuarryTest\\Capabilities");
   registered.SetDword(L"", L"2 Bad", 7);
@@ -67,15 +51,16 @@ TEST_F(FileTypeDiscovery, FindsWhatApplicationsDeclareInBothRegistryViews) {
   for (const int generation : {kOsGenerationVista, kOsGenerationUnknown}) {
     Os_SetGeneration(generation);
     messages.clear();
-    EXPECT_THAT(BuildTypesOf(L"App.exe", 0), ElementsAre(".quarrya", "quarryp:", ".quarrya"));
+    EXPECT_THAT(BuildTypesOf(L"APP.EXE", 0), ElementsAre(".quarrya", ".quarryc", ".quarrya", "quarryp:", ".quarrya"));
     EXPECT_EQ(CountMessage("AddApplicationsFromCapabilitiesAssociationsListCB: Key type 4 is not REG_SZ\n"), 1);
     EXPECT_EQ(CountMessage("AddApplicationsFromCapabilitiesHelper: Key type 2 is not REG_SZ\n"), 1);
     const std::string unopened = "AddApplicationsFromCapabilitiesAssociationsListCB: Unable to open key with path ";
     EXPECT_EQ(CountMessage(unopened + "Software\\QuarryNone\\FileAssociations\n"), 2);
     EXPECT_EQ(CountMessage(unopened + "Software\\QuarryTest\\Capabilities\\URLAssociations\n"), 1);  // 32-bit view
   }
+  EXPECT_THAT(TypesOf(L"none.exe"), IsEmpty());
   Os_SetGeneration(kOsGenerationVista - 1);
-  EXPECT_THAT(BuildTypesOf(L"App.exe", kFileTypesProtocols), IsEmpty());
+  EXPECT_THAT(BuildTypesOf(L"App.exe", kFileTypesProtocols), ElementsAre(".quarrya", ".quarryc", ".quarryc:"));
 }
 
 TEST_F(FileTypeDiscovery, KnowsBrowsersAndMailClientsOfOlderSystems) {
