@@ -80,36 +80,29 @@ TEST_F(FileTypeRecord, TakesHandlersFromEverySourceInOrder) {
 
 TEST_F(FileTypeRecord, SurvivesValuesThatNobodyShouldHaveWritten) {
   Class(L"QuarryProgId1", L"p1.exe");
-  const std::wstring name = L"QuarryProgId1";
-  const auto bytes = [](const std::wstring& text, std::size_t size) {
-    const auto* const data = reinterpret_cast<const std::uint8_t*>(text.data());
-    return std::vector<std::uint8_t>(data, data + size);
-  };
   const RegistryFixture& type = Key(L".quarrytest");
   type.MakeSubkey(L"OpenWithList\\QuarryProgId1");
-  const std::vector<std::uint8_t> huge = bytes(std::wstring(30000, L'a'), 60000);
+  const std::wstring text = L"QuarryProgId1" + std::wstring(30000, L'x');
+  const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
   const struct {
     DWORD type;
-    std::vector<std::uint8_t> data;
+    std::size_t size;
     std::size_t handlers;  // one from the list whenever there is a default value
   } cases[] = {
-      {REG_SZ, bytes(name, name.size() * 2), 3},             // not terminated
-      {REG_SZ, bytes(name + L"x", name.size() * 2 + 1), 3},  // half a character more
-      {REG_EXPAND_SZ, bytes(name, name.size() * 2), 3},
-      {REG_SZ, {}, 1},
-      {REG_SZ, huge, 1},
-      {REG_BINARY, bytes(name, name.size() * 2), 1},
+      {REG_SZ, 26, 3},  // not terminated
+      {REG_SZ, 27, 3},  // half a character more
+      {REG_EXPAND_SZ, 26, 3}, {REG_BINARY, 26, 1}, {REG_SZ, 0, 1}, {REG_SZ, 60000, 1},
   };
   for (const auto& each : cases) {
-    type.SetRaw(L"", L"", each.type, each.data);
-    EXPECT_EQ(Programs(".quarrytest").size(), each.handlers) << each.type << " of " << each.data.size() << " bytes";
+    type.SetRaw(L"", L"", each.type, {bytes, each.size});
+    EXPECT_EQ(Programs(".quarrytest").size(), each.handlers) << each.type << " of " << each.size << " bytes";
   }
-  type.SetRaw(L"shell\\open\\command", L"", REG_SZ, huge);
+  type.SetRaw(L"shell\\open\\command", L"", REG_SZ, {bytes, 60000});
   EXPECT_EQ(Programs(".quarrytest").size(), 1u);
 
   const std::wstring longest = L"." + std::wstring(254, L'x');
   const RegistryFixture& longType = Key(longest);
-  longType.SetString(L"", L"", name);
+  longType.SetString(L"", L"", L"QuarryProgId1");
   longType.MakeSubkey(L"OpenWithList\\QuarryProgId1");  // a path that is not looked at
   EXPECT_EQ(Programs(Unicode_Utf8FromWide(longest)).size(), 2u);
 }
