@@ -13,6 +13,7 @@
 
 #include <shlwapi.h>
 
+#include <cwchar>
 #include <cwctype>
 #include <new>
 #include <string_view>
@@ -87,7 +88,8 @@ std::optional<std::wstring> ShellCommandOf(const std::string& name) {
     if (FAILED(AssocQueryStringW(flags, ASSOCSTR_COMMAND, association.c_str(), verb, command.data(), &capacity))) {
       return std::nullopt;
     }
-    return std::wstring(command.c_str());  // its terminator was counted
+    command.resize(wcsnlen(command.c_str(), command.size()));  // its terminator was counted
+    return command;
   }
   return std::nullopt;
 }
