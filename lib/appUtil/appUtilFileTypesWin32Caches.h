@@ -15,7 +15,7 @@ struct FileTypeCaches {
   std::map<std::wstring, FileTypeHandler> commandLineCache;  ///< by command line, exactly as written
   ByName<std::string> friendlyTypeNameCache;                 ///< by prog ID; empty names too
   ByName<std::string> friendlyNameCache;                     ///< the shell's names, by type name
-  ByName<std::string> indirectNameCache;                     ///< resolved names, by name as registered
+  ByName<std::string> indirectNameCache;                     ///< by name as registered; itself when unresolvable
 
   void Clear();
 };

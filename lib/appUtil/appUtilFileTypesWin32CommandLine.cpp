@@ -3,6 +3,7 @@
 #include "lib/appUtil/executableSearch.h"
 #include "lib/appUtil/lowerCase.h"
 #include "lib/misc/platformHandles.h"
+#include "lib/misc/tickCount.h"
 #include "lib/unicode/unicode.h"
 
 #include <windows.h>
@@ -11,13 +12,17 @@
 #include <shlwapi.h>
 
 #include <algorithm>
-#include <iterator>
+#include <cstdint>
+#include <cwchar>
 #include <set>
-#include <string_view>
 
 namespace {
 
-// A server that is down costs the better part of a minute at each access, and its programs stand behind many types.
+// A server that is down costs the better part of a minute at each access, and its programs stand behind many types: one
+// that takes this long to fail is not asked again. Whatever the error: there are many for a server that is not there.
+constexpr std::uint64_t kSlowFailureMilliseconds = 2000;
+
+// Servers by their names, mapped drives by their root folders.
 using ServerNames = std::set<std::wstring, Unicode_LessIgnoreCase>;
 
 ServerNames& UnreachableServers() {
@@ -25,35 +30,34 @@ ServerNames& UnreachableServers() {
   return servers;
 }
 
-/// The server of a network path that names a share as well; empty for any other path.
-std::wstring_view ServerOf(std::wstring_view path) {
-  if (!path.starts_with(L"\\\\")) return {};
-  path.remove_prefix(2);
-  const std::size_t end = path.find(L'\\');
-  return end == std::wstring_view::npos ? std::wstring_view() : path.substr(0, end);
+/// The server that an access to the path asks; empty for a local path.
+/// Source: Microsoft Learn, "Naming Files, Paths, and Namespaces".
+std::wstring ServerOf(std::wstring path) {
+  std::replace(path.begin(), path.end(), L'/', L'\\');
+  if (path.starts_with(L"\\\\?\\") || path.starts_with(L"\\\\.\\")) {
+    path.erase(0, 4);
+    if (_wcsnicmp(path.c_str(), L"UNC\\", 4) == 0) path.replace(0, 3, L"\\");
+  }
+  if (path.starts_with(L"\\\\")) return path.substr(2, path.find(L'\\', 2) - 2);
+  const std::wstring drive = path.substr(0, path.find(L'\\') + 1);
+  return drive.ends_with(L":\\") && GetDriveTypeW(drive.c_str()) == DRIVE_REMOTE ? drive : std::wstring();
 }
 
-bool IsOnUnreachableServer(const std::wstring& path) {
-  const std::wstring_view server = ServerOf(path);
-  return !server.empty() && UnreachableServers().contains(server);
-}
-
-void RememberUnreachable(const std::wstring& path, DWORD error) {
-  // Not ERROR_BAD_NET_NAME: what is taken for the share can be the first word of its name.
-  static constexpr DWORD kServerErrors[] = {ERROR_REM_NOT_LIST,        ERROR_BAD_NETPATH,     ERROR_UNEXP_NET_ERR,
-                                            ERROR_NETNAME_DELETED,     ERROR_BAD_DEV_TYPE,    ERROR_SEM_TIMEOUT,
-                                            ERROR_NETWORK_UNREACHABLE, ERROR_HOST_UNREACHABLE};
-  const std::wstring_view server = ServerOf(path);
-  if (server.empty()) return;
-  if (std::find(std::begin(kServerErrors), std::end(kServerErrors), error) == std::end(kServerErrors)) return;
-  UnreachableServers().emplace(server);
+/// Does `access` to a path, unless its server is known not to answer, and tells whether it succeeded.
+template <typename Access>
+bool AccessPath(const std::wstring& path, Access access) {
+  const std::wstring server = ServerOf(path);
+  if (server.empty()) return access();
+  if (UnreachableServers().contains(server)) return false;
+  const std::uint64_t started = TickCount_Now();
+  if (access()) return true;
+  if (TickCount_Now() - started >= kSlowFailureMilliseconds) UnreachableServers().insert(server);
+  return false;
 }
 
 bool IsFile(const std::wstring& path) {
-  if (IsOnUnreachableServer(path)) return false;
-  if (PathFileExistsW(path.c_str()) != FALSE) return PathIsDirectoryW(path.c_str()) == FALSE;
-  RememberUnreachable(path, GetLastError());
-  return false;
+  return AccessPath(path, [&] { return PathFileExistsW(path.c_str()) != FALSE; }) &&
+         PathIsDirectoryW(path.c_str()) == FALSE;
 }
 
 /// Puts the program of an unquoted command line in quotes: the shortest part of the line up to a space that is a file.
@@ -80,12 +84,12 @@ std::optional<std::wstring> ExecutableOf(const std::wstring& commandLine) {
 }
 
 std::optional<std::wstring> LongPathOf(const std::wstring& path) {
-  if (IsOnUnreachableServer(path)) return std::nullopt;
-  const DWORD size = GetLongPathNameW(path.c_str(), nullptr, 0);
-  if (size == 0) {
-    RememberUnreachable(path, GetLastError());
-    return std::nullopt;
-  }
+  DWORD size = 0;
+  const auto measure = [&] {
+    size = GetLongPathNameW(path.c_str(), nullptr, 0);
+    return size != 0;
+  };
+  if (!AccessPath(path, measure)) return std::nullopt;
   std::wstring longPath(size, L'\0');
   const DWORD length = GetLongPathNameW(path.c_str(), longPath.data(), size);
   if (length == 0 || length >= size) return std::nullopt;

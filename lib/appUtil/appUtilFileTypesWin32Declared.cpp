@@ -17,9 +17,9 @@ constexpr const char* kBrowserKeys[] = {"FirefoxURL", "SafariURL", "Applications
                                         "Applications\\iexplore.exe", "ChromeHTML"};
 constexpr const char* kBrowserProtocols[] = {"http", "https"};
 
-bool IsClass(const std::string& name) {
+bool CanOpen(HKEY rootKey, const std::string& path, REGSAM access) {
   UniqueRegistryKey key;
-  return AppUtilOpenRegistryKey(HKEY_CLASSES_ROOT, name, KEY_READ, key) == ERROR_SUCCESS;
+  return WinReg_OpenKey(rootKey, path, access, key) == ERROR_SUCCESS;
 }
 
 void LogUnopened(const char* function, const std::string& path) {
@@ -29,7 +29,7 @@ void LogUnopened(const char* function, const std::string& path) {
 /// The text of a value that was found in an enumeration; nothing, with a message, when it cannot be read.
 std::optional<std::string> ReadEnumerated(const WinRegValue& value, REGSAM view, const char* function) {
   UniqueRegistryKey key;
-  if (AppUtilOpenRegistryKey(value.rootKey, value.path, KEY_QUERY_VALUE | view, key) != ERROR_SUCCESS) {
+  if (WinReg_OpenKey(value.rootKey, value.path, KEY_QUERY_VALUE | view, key) != ERROR_SUCCESS) {
     LogUnopened(function, value.path);
     return std::nullopt;
   }
@@ -45,7 +45,7 @@ bool IsText(const WinRegValue& value, const char* function) {
 void AddApplicationsFromSoftwareClientsMailCB(const WinRegSubkey& client, FileTypeList& types) {
   const std::string path = client.path + '\\' + client.name + R"(\Protocols\mailto\shell\open\command)";
   UniqueRegistryKey key;
-  if (AppUtilOpenRegistryKey(client.rootKey, path, KEY_QUERY_VALUE, key) != ERROR_SUCCESS) {
+  if (WinReg_OpenKey(client.rootKey, path, KEY_QUERY_VALUE, key) != ERROR_SUCCESS) {
     LogUnopened("AddApplicationsFromSoftwareClientsMailCB", path);
     return;
   }
@@ -87,12 +87,14 @@ void AddApplicationsFromCapabilitiesAssociationsListCB(const WinRegValue& value,
   if (!capabilities) return;
   for (const auto& list : kLists) {
     const std::string path = *capabilities + list.key;
-    const LSTATUS status =
-        WinReg_EnumerateValues(HKEY_LOCAL_MACHINE, path, list.view, [&](const WinRegValue& type, bool& /*proceed*/) {
-          AddApplicationsFromCapabilitiesHelper(type, list.isProtocol, list.view, types);
-          return ERROR_SUCCESS;
-        });
-    if (status != ERROR_SUCCESS) LogUnopened(kFunction, path);
+    if (!CanOpen(HKEY_LOCAL_MACHINE, path, KEY_QUERY_VALUE | list.view)) {
+      LogUnopened(kFunction, path);
+      continue;
+    }
+    WinReg_EnumerateValues(HKEY_LOCAL_MACHINE, path, list.view, [&](const WinRegValue& type, bool& /*proceed*/) {
+      AddApplicationsFromCapabilitiesHelper(type, list.isProtocol, list.view, types);
+      return ERROR_SUCCESS;
+    });
   }
 }
 
@@ -100,7 +102,7 @@ void AddApplicationsFromCapabilitiesAssociationsListCB(const WinRegValue& value,
 
 void AppUtilAddBrowsers(FileTypeList& types) {
   for (const char* const browser : kBrowserKeys) {
-    if (!IsClass(browser)) continue;
+    if (!CanOpen(HKEY_CLASSES_ROOT, browser, KEY_READ)) continue;
     for (const char* const protocol : kBrowserProtocols) {
       // Messages name the browser while its command is read.
       const auto record = boost::make_shared<FileTypeInfoWin32>(browser, 1u);

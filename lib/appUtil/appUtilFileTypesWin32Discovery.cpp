@@ -9,6 +9,7 @@
 #include "lib/misc/logEntry.h"
 #include "lib/misc/osVersion.h"
 #include "lib/misc/tickCount.h"
+#include "lib/misc/win32uRegistry.h"
 
 #include <boost/make_shared.hpp>
 
@@ -19,9 +20,6 @@ namespace {
 using ApplicationTable = std::unordered_map<std::string, std::vector<ConstFileTypeInfoPtr>>;
 
 constexpr std::uint32_t kCacheLifetimeMilliseconds = 60 * 60 * 1000;
-
-// Microsoft Learn, "Registry Element Size Limits".
-constexpr DWORD kKeyNameCapacity = 255 + 1;
 
 ApplicationTable& GlobalApplications() {
   static ApplicationTable table;
@@ -39,8 +37,8 @@ void ClearOldCaches() {
 
 bool IsProtocol(const std::string& className) {
   UniqueRegistryKey key;
-  return AppUtilOpenRegistryKey(HKEY_CLASSES_ROOT, className, KEY_READ, key) == ERROR_SUCCESS &&
-         AppUtilHasRegistryValue(key.get(), L"URL Protocol");
+  return WinReg_OpenKey(HKEY_CLASSES_ROOT, className, KEY_READ, key) == ERROR_SUCCESS &&
+         AppUtilRegistryValueSize(key.get(), L"URL Protocol").has_value();
 }
 
 /// The extensions and, when asked for, the protocols among the classes of this host.
@@ -51,9 +49,9 @@ FileTypeList EnumerateTypes(std::uint32_t flags) {
                        nullptr, nullptr, nullptr) != ERROR_SUCCESS) {
     return types;
   }
-  std::wstring buffer(kKeyNameCapacity, L'\0');
+  std::wstring buffer(kWinRegKeyNameCapacity, L'\0');
   for (DWORD index = 0; index < count; ++index) {
-    DWORD length = kKeyNameCapacity;
+    DWORD length = kWinRegKeyNameCapacity;
     if (RegEnumKeyExW(HKEY_CLASSES_ROOT, index, buffer.data(), &length, nullptr, nullptr, nullptr, nullptr) !=
         ERROR_SUCCESS) {
       continue;
@@ -68,8 +66,7 @@ FileTypeList EnumerateTypes(std::uint32_t flags) {
 }
 
 void AddDeclaredTypes(std::uint32_t flags, FileTypeList& types) {
-  const int generation = Os_GetGeneration();
-  if (generation >= kOsGenerationVista) {
+  if (Os_GetGeneration() >= kOsGenerationVista) {
     AppUtilAddCapabilities(types);
   } else if ((flags & kFileTypesProtocols) != 0) {
     AppUtilAddBrowsers(types);

@@ -13,6 +13,7 @@
 
 #include <shlwapi.h>
 
+#include <cwchar>
 #include <cwctype>
 #include <new>
 #include <string_view>
@@ -60,7 +61,7 @@ std::string FriendlyTypeName(const std::string& progId) {
   if (const auto known = cache.find(progId); known != cache.end()) return known->second;
   std::string name;
   UniqueRegistryKey key;
-  if (AppUtilOpenRegistryKey(HKEY_CLASSES_ROOT, progId, KEY_READ, key) == ERROR_SUCCESS) {
+  if (WinReg_OpenKey(HKEY_CLASSES_ROOT, progId, KEY_READ, key) == ERROR_SUCCESS) {
     std::optional<std::wstring> text = AppUtilReadRegistryText(key.get(), L"FriendlyTypeName");
     if (!text) text = AppUtilReadRegistryText(key.get(), L"");
     if (text) name = Unicode_Utf8FromWide(*text);
@@ -87,7 +88,7 @@ std::optional<std::wstring> ShellCommandOf(const std::string& name) {
     if (FAILED(AssocQueryStringW(flags, ASSOCSTR_COMMAND, association.c_str(), verb, command.data(), &capacity))) {
       return std::nullopt;
     }
-    command.resize(command.find(L'\0'));  // its terminator was counted
+    command.resize(wcsnlen(command.c_str(), command.size()));  // its terminator was counted
     return command;
   }
   return std::nullopt;
@@ -138,7 +139,12 @@ std::optional<std::string> ShellNameOf(const std::string& typeName) {
       LogShellNameFailure(kFunction, typeName, result);
       return std::nullopt;
     }
-    return Unicode_Utf8FromWide(name.c_str());
+    std::string utf8Name = Unicode_Utf8FromWide(name.c_str());
+    if (utf8Name.empty() && name.front() != L'\0') {
+      LogEntry("%s: Failed to convert name string to UTF8.\n", kFunction);
+      return std::nullopt;
+    }
+    return utf8Name;
   } catch (const std::bad_alloc&) {
     LogEntry("%s: Failed to allocate %I64u bytes.\n", kFunction, std::uint64_t{length} * 2);
     return std::nullopt;
@@ -149,11 +155,12 @@ std::optional<std::string> ShellNameOf(const std::string& typeName) {
 
 LSTATUS FileTypeInfoWin32::Load(std::uint32_t flags) {
   UniqueRegistryKey key;
-  const LSTATUS status = AppUtilOpenRegistryKey(HKEY_CLASSES_ROOT, typeName, KEY_READ, key);
+  const LSTATUS status = WinReg_OpenKey(HKEY_CLASSES_ROOT, typeName, KEY_READ, key);
   if (status != ERROR_SUCCESS) return status;
   // A type without a default value is nobody's, whatever its other keys list.
-  if (!AppUtilHasRegistryValue(key.get(), L"")) return ERROR_SUCCESS;
-  const std::optional<std::wstring> progId = AppUtilReadRegistryText(key.get(), L"");
+  const std::optional<DWORD> size = AppUtilRegistryValueSize(key.get(), L"");
+  if (!size) return ERROR_SUCCESS;
+  const std::optional<std::wstring> progId = AppUtilReadRegistryTextOfSize(key.get(), L"", *size);
   if (progId) AddHandlerForName(Unicode_Utf8FromWide(*progId));
   AddOpenCommand(typeName);
   if ((flags & kFileTypesPerceivedType) != 0) AddHandlersOfPerceivedType(key.get());
@@ -187,8 +194,8 @@ void FileTypeInfoWin32::AddHandlersOfPerceivedType(HKEY typeKey) {
 void FileTypeInfoWin32::AddHandlersForSubkeys(const std::string& path) {
   const ListBudget budget("FileTypeInfoWin32::Load", path);
   WinReg_EnumerateSubkeys(HKEY_CLASSES_ROOT, path, [&](const WinRegSubkey& subkey, bool& proceed) {
-    AddHandlerForName(subkey.name);
     proceed = !budget.IsSpent();
+    if (proceed) AddHandlerForName(subkey.name);
     return ERROR_SUCCESS;
   });
 }
@@ -197,13 +204,14 @@ void FileTypeInfoWin32::AddHandlersForSubValues(HKEY rootKey, const std::string&
   static constexpr char kFunction[] = "FileTypeInfoWin32::AddHandlersForSubValues";
   const ListBudget budget(kFunction, path);
   WinReg_EnumerateValues(rootKey, path, 0, [&](const WinRegValue& value, bool& proceed) {
+    proceed = !budget.IsSpent();
+    if (!proceed) return ERROR_SUCCESS;
     if (value.type == REG_NONE || (value.type == REG_SZ && !value.name.empty())) {
       AddHandlerForName(value.name);
     } else {
       LogEntry("%s: Ignoring type '%s' handler '%s' because its type isn't correct (%u).\n", kFunction,
                typeName.c_str(), value.name.c_str(), value.type);
     }
-    proceed = !budget.IsSpent();
     return ERROR_SUCCESS;
   });
 }
@@ -213,7 +221,7 @@ void FileTypeInfoWin32::AddHandlersForSubValues(HKEY rootKey, const std::string&
 void FileTypeInfoWin32::AddMostRecentlyUsed() {
   const std::optional<std::string> path = KeyPath(kExplorerTypes, typeName, "\\OpenWithList");
   UniqueRegistryKey key;
-  if (!path || AppUtilOpenRegistryKey(HKEY_CURRENT_USER, *path, KEY_READ, key) != ERROR_SUCCESS) return;
+  if (!path || WinReg_OpenKey(HKEY_CURRENT_USER, *path, KEY_READ, key) != ERROR_SUCCESS) return;
   const std::optional<std::wstring> order = AppUtilReadRegistryText(key.get(), L"MRUList", kLongestListBytes);
   if (!order) return;
   for (const wchar_t letter : *order) {
@@ -269,10 +277,11 @@ std::string FileTypeInfoWin32::ApplicationFriendlyName(const std::string& handle
   if (entry == handlerNames.end() || entry->second.empty()) return {};
   auto& cache = AppUtilFileTypeCaches().indirectNameCache;
   if (const auto known = cache.find(entry->second); known != cache.end()) return known->second;
+  // The reference as it stands tells more than nothing when the module is gone. It is kept as well: many types can have
+  // the name, and a module on a server that is down costs a long wait.
   std::wstring resolved;
-  // The reference as it stands tells more than nothing when the module is gone.
-  if (FAILED(VlkSHLoadIndirectString(Unicode_WideFromUtf8(entry->second), resolved))) return entry->second;
-  return cache.emplace(entry->second, Unicode_Utf8FromWide(resolved)).first->second;
+  const HRESULT result = VlkSHLoadIndirectString(Unicode_WideFromUtf8(entry->second), resolved);
+  return cache.emplace(entry->second, FAILED(result) ? entry->second : Unicode_Utf8FromWide(resolved)).first->second;
 }
 
 std::string FileTypeInfoWin32::FriendlyName() const {

@@ -1,21 +1,18 @@
 #include "lib/appUtil/appUtilFileTypesWin32Registry.h"
 
 #include "lib/misc/logEntry.h"
+#include "lib/misc/win32uRegistry.h"
 #include "lib/unicode/unicode.h"
 
-#include <algorithm>
 #include <cwchar>
 
-namespace {
-
-std::optional<DWORD> ValueSize(HKEY key, const std::wstring& valueName) {
+std::optional<DWORD> AppUtilRegistryValueSize(HKEY key, const std::wstring& valueName) {
   DWORD size = 0;
   if (RegQueryValueExW(key, valueName.c_str(), nullptr, nullptr, nullptr, &size) != ERROR_SUCCESS) return std::nullopt;
   return size;
 }
 
-/// Reads a text of at most `size` bytes.
-std::optional<std::wstring> ReadText(HKEY key, const std::wstring& valueName, DWORD size) {
+std::optional<std::wstring> AppUtilReadRegistryTextOfSize(HKEY key, const std::wstring& valueName, DWORD size) {
   // One unit more, so that half a unit at the end has room.
   std::wstring text(size / sizeof(wchar_t) + 1, L'\0');
   DWORD type = REG_NONE;
@@ -28,34 +25,26 @@ std::optional<std::wstring> ReadText(HKEY key, const std::wstring& valueName, DW
   return text;
 }
 
-}  // namespace
-
-LSTATUS AppUtilOpenRegistryKey(HKEY rootKey, const std::string& path, REGSAM access, UniqueRegistryKey& key) {
-  return RegOpenKeyExW(rootKey, Unicode_WideFromUtf8(path).c_str(), 0, access, key.put());
-}
-
-bool AppUtilHasRegistryValue(HKEY key, const std::wstring& valueName) { return ValueSize(key, valueName).has_value(); }
-
 std::optional<std::wstring> AppUtilReadRegistryText(HKEY key, const std::wstring& valueName, DWORD maxBytes) {
-  const std::optional<DWORD> size = ValueSize(key, valueName);
+  const std::optional<DWORD> size = AppUtilRegistryValueSize(key, valueName);
   if (!size || *size > maxBytes) return std::nullopt;
-  return ReadText(key, valueName, *size);
+  return AppUtilReadRegistryTextOfSize(key, valueName, *size);
 }
 
 std::optional<std::wstring> AppUtilReadRegistryDefault(HKEY rootKey, const std::string& path) {
   UniqueRegistryKey key;
-  if (AppUtilOpenRegistryKey(rootKey, path, KEY_READ, key) != ERROR_SUCCESS) return std::nullopt;
+  if (WinReg_OpenKey(rootKey, path, KEY_READ, key) != ERROR_SUCCESS) return std::nullopt;
   return AppUtilReadRegistryText(key.get(), L"");
 }
 
 std::optional<std::string> AppUtilReadRegistryValue(HKEY key, const std::string& valueName) {
   const std::wstring wideName = Unicode_WideFromUtf8(valueName);
-  const std::optional<DWORD> size = ValueSize(key, wideName);
+  const std::optional<DWORD> size = AppUtilRegistryValueSize(key, wideName);
   if (!size) {
     LogEntry("%s: Unable to obtain key size of registry value %s\n", "AppUtilReadRegistryValue", valueName.c_str());
     return std::nullopt;
   }
-  const std::optional<std::wstring> text = ReadText(key, wideName, *size);
+  const std::optional<std::wstring> text = AppUtilReadRegistryTextOfSize(key, wideName, *size);
   if (!text) {
     LogEntry("%s: Unable to query value of regValue %s\n", "AppUtilReadRegistryValue", valueName.c_str());
     return std::nullopt;

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "lib/misc/platformHandles.h"
-
 #include <windows.h>
 
 #include <limits>
@@ -10,14 +8,14 @@
 
 // Reading names and commands that any program may have written: values need not be terminated, nor be texts, nor short.
 
-/// Opens a key whose path is UTF-8.
-LSTATUS AppUtilOpenRegistryKey(HKEY rootKey, const std::string& path, REGSAM access, UniqueRegistryKey& key);
-
-/// Whether the key has the value, of whatever type. The empty name is the default value.
-bool AppUtilHasRegistryValue(HKEY key, const std::wstring& valueName);
+/// The bytes of a value of whatever type; nothing when it is absent. The empty name is the default value.
+std::optional<DWORD> AppUtilRegistryValueSize(HKEY key, const std::wstring& valueName);
 
 /// A value's text as written (REG_SZ or REG_EXPAND_SZ), up to its first NUL or its end. Nothing when it is absent, of
-/// another type or longer than `maxBytes`.
+/// another type or longer than `size` bytes.
+std::optional<std::wstring> AppUtilReadRegistryTextOfSize(HKEY key, const std::wstring& valueName, DWORD size);
+
+/// The same for a value whose size is not known, but at most `maxBytes`.
 std::optional<std::wstring> AppUtilReadRegistryText(HKEY key, const std::wstring& valueName,
                                                     DWORD maxBytes = std::numeric_limits<DWORD>::max());
 

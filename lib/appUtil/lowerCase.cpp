@@ -30,20 +30,19 @@ int MapToLower(const std::wstring& text, wchar_t* lower, int capacity) {
 std::optional<std::wstring> AppUtil_ToLowerUtf16(const std::wstring& text) {
   const int length = MapToLower(text, nullptr, 0);
   if (length == 0) return std::nullopt;
-  try {
-    std::wstring lower(static_cast<std::size_t>(length), L'\0');
-    if (MapToLower(text, lower.data(), length) == 0) return std::nullopt;
-    lower.pop_back();  // the terminator
-    return lower;
-  } catch (const std::bad_alloc&) {
-    LogEntry("%s: Failed to alloc %I64u bytes.\n", kFunction,
-             static_cast<std::uint64_t>(length) * std::uint64_t{sizeof(wchar_t)});
-    return std::nullopt;
-  }
+  std::wstring lower(static_cast<std::size_t>(length), L'\0');
+  if (MapToLower(text, lower.data(), length) == 0) return std::nullopt;
+  lower.pop_back();  // the terminator
+  return lower;
 }
 
 std::optional<std::string> AppUtil_ToLowerUtf8(const std::string& text) {
-  const std::optional<std::wstring> lower = AppUtil_ToLowerUtf16(Unicode_WideFromUtf8(text));
-  if (!lower) return std::nullopt;
-  return Unicode_Utf8FromWide(*lower);
+  try {
+    const std::optional<std::wstring> lower = AppUtil_ToLowerUtf16(Unicode_WideFromUtf8(text));
+    if (!lower) return std::nullopt;
+    return Unicode_Utf8FromWide(*lower);
+  } catch (const std::bad_alloc&) {
+    LogEntry("%s: Failed to alloc %I64u bytes.\n", kFunction, std::uint64_t{sizeof(wchar_t)} * (text.size() + 1));
+    return std::nullopt;
+  }
 }

@@ -64,6 +64,11 @@ std::wstring FamilyName(const OsVersion& version) {
   return version.server ? L"Windows Server" : L"Windows";
 }
 
+int DetectGeneration() {
+  const std::optional<OsVersion> version = Os_GetVersion();
+  return version ? Os_GenerationOf(*version) : kOsGenerationUnknown;
+}
+
 }  // namespace
 
 std::optional<OsVersion> Os_GetVersion() {
@@ -96,9 +101,8 @@ int Os_GenerationOf(const OsVersion& version) {
 }
 
 int Os_GetGeneration() {
-  if (chosenGeneration) return *chosenGeneration;
-  const std::optional<OsVersion> version = Os_GetVersion();
-  return version ? Os_GenerationOf(*version) : kOsGenerationUnknown;
+  static const int detectedGeneration = DetectGeneration();
+  return chosenGeneration.value_or(detectedGeneration);
 }
 
 void Os_SetGeneration(std::optional<int> generation) noexcept { chosenGeneration = generation; }

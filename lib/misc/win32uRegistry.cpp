@@ -1,17 +1,11 @@
 #include "lib/misc/win32uRegistry.h"
 
-#include "lib/misc/platformHandles.h"
 #include "lib/unicode/unicode.h"
 
 namespace {
 
-// Microsoft Learn, "Registry Element Size Limits": 255 characters for a key name, 16383 for a value name.
-constexpr DWORD kKeyNameCapacity = 255 + 1;
+// Microsoft Learn, "Registry Element Size Limits".
 constexpr DWORD kValueNameCapacity = 16383 + 1;
-
-LSTATUS OpenKey(HKEY rootKey, const std::string& path, REGSAM access, UniqueRegistryKey& key) {
-  return RegOpenKeyExW(rootKey, Unicode_WideFromUtf8(path).c_str(), 0, access, key.put());
-}
 
 void KeepFirst(LSTATUS& kept, LSTATUS result) {
   if (kept == ERROR_SUCCESS) kept = result;
@@ -19,9 +13,13 @@ void KeepFirst(LSTATUS& kept, LSTATUS result) {
 
 }  // namespace
 
+LSTATUS WinReg_OpenKey(HKEY rootKey, const std::string& path, REGSAM access, UniqueRegistryKey& key) {
+  return RegOpenKeyExW(rootKey, Unicode_WideFromUtf8(path).c_str(), 0, access, key.put());
+}
+
 LSTATUS WinReg_EnumerateSubkeys(HKEY rootKey, const std::string& path, const WinRegSubkeyVisitor& visit) {
   UniqueRegistryKey key;
-  LSTATUS status = OpenKey(rootKey, path, KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, key);
+  LSTATUS status = WinReg_OpenKey(rootKey, path, KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, key);
   if (status != ERROR_SUCCESS) return status;
   DWORD count = 0;
   DWORD longestClass = 0;  // class names have no documented limit
@@ -31,10 +29,10 @@ LSTATUS WinReg_EnumerateSubkeys(HKEY rootKey, const std::string& path, const Win
 
   LSTATUS kept = ERROR_SUCCESS;
   bool proceed = true;
-  std::wstring name(kKeyNameCapacity, L'\0');
+  std::wstring name(kWinRegKeyNameCapacity, L'\0');
   std::wstring className(static_cast<std::size_t>(longestClass) + 1, L'\0');
   for (DWORD index = 0; index < count && proceed; ++index) {
-    DWORD nameLength = kKeyNameCapacity;
+    DWORD nameLength = kWinRegKeyNameCapacity;
     DWORD classLength = longestClass + 1;
     FILETIME lastWriteTime{};
     status = RegEnumKeyExW(key.get(), index, name.data(), &nameLength, nullptr, className.data(), &classLength,
@@ -54,7 +52,7 @@ LSTATUS WinReg_EnumerateSubkeys(HKEY rootKey, const std::string& path, const Win
 LSTATUS WinReg_EnumerateValues(HKEY rootKey, const std::string& path, REGSAM extraAccess,
                                const WinRegValueVisitor& visit) {
   UniqueRegistryKey key;
-  LSTATUS status = OpenKey(rootKey, path, KEY_QUERY_VALUE | extraAccess, key);
+  LSTATUS status = WinReg_OpenKey(rootKey, path, KEY_QUERY_VALUE | extraAccess, key);
   if (status != ERROR_SUCCESS) return status;
   DWORD count = 0;
   status = RegQueryInfoKeyW(key.get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &count, nullptr, nullptr,

@@ -1,11 +1,19 @@
 #pragma once
 
+#include "lib/misc/platformHandles.h"
+
 #include <windows.h>
 
 #include <functional>
 #include <string>
 
 // The registry with UTF-8 key and value names.
+
+/// Room for the longest name of a key and its terminator. Source: Microsoft Learn, "Registry Element Size Limits".
+constexpr DWORD kWinRegKeyNameCapacity = 255 + 1;
+
+/// Opens `rootKey`\`path`. Returns the platform's error code, 0 when `key` was set.
+LSTATUS WinReg_OpenKey(HKEY rootKey, const std::string& path, REGSAM access, UniqueRegistryKey& key);
 
 /// What a visitor is told of one subkey.
 struct WinRegSubkey {

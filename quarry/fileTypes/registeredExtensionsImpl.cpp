@@ -17,7 +17,7 @@ namespace {
 std::wstring ProgramPath(const std::wstring& path) {
   if (SplitPath(path).extension != L"lnk") return path;
   const std::shared_ptr<Shortcut> shortcut = Shortcut::NewInstance(nullptr, path);
-  return shortcut != nullptr && shortcut->GetTarget() != nullptr ? shortcut->GetTargetPath() : path;
+  return shortcut != nullptr ? shortcut->GetTargetPath() : path;
 }
 
 /// Descriptions by type name, ordered by the bytes of the names.

@@ -81,27 +81,14 @@ void RegistryFixture::RemoveValue(std::wstring_view subkey, const std::wstring& 
 
 void RegistryFixture::RemoveSubkey(const std::wstring& subkey) const { RemoveTree(root_, PathOf(subkey), view_); }
 
-void RegistryFixture::SetDacl(std::wstring_view subkey, PACL dacl) const {
-  SECURITY_DESCRIPTOR descriptor{};
-  if (!InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION) ||
-      !SetSecurityDescriptorDacl(&descriptor, TRUE, dacl, FALSE)) {
-    Check(static_cast<LSTATUS>(GetLastError()), "SetSecurityDescriptorDacl");
-  }
-  const UniqueRegistryKey key = MakeKey(root_, PathOf(subkey), WRITE_DAC | view_);
-  Check(RegSetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, &descriptor), "RegSetKeySecurity");
-}
-
 void RegistryFixture::SetDacl(std::wstring_view subkey, const std::wstring& sddl) const {
   PSECURITY_DESCRIPTOR descriptor = nullptr;
   if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(sddl.c_str(), SDDL_REVISION_1, &descriptor, nullptr)) {
     Check(static_cast<LSTATUS>(GetLastError()), "ConvertStringSecurityDescriptorToSecurityDescriptorW");
   }
   const UniqueLocal<void> owner(descriptor);
-  BOOL present = FALSE;
-  BOOL defaulted = FALSE;
-  PACL dacl = nullptr;
-  GetSecurityDescriptorDacl(descriptor, &present, &dacl, &defaulted);
-  SetDacl(subkey, dacl);
+  const UniqueRegistryKey key = MakeKey(root_, PathOf(subkey), WRITE_DAC | view_);
+  Check(RegSetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, descriptor), "RegSetKeySecurity");
 }
 
 }  // namespace quarry::test

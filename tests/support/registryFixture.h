@@ -30,9 +30,8 @@ class RegistryFixture {
   void MakeSubkey(std::wstring_view subkey) const;
   void RemoveValue(std::wstring_view subkey, const std::wstring& name) const;
   void RemoveSubkey(const std::wstring& subkey) const;
-  /// Replaces the DACL by that of a security descriptor string, or by one built by hand.
+  /// Replaces the DACL by that of a security descriptor string.
   void SetDacl(std::wstring_view subkey, const std::wstring& sddl) const;
-  void SetDacl(std::wstring_view subkey, PACL dacl) const;
 
  private:
   std::wstring PathOf(std::wstring_view subkey) const;

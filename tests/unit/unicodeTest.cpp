@@ -15,23 +15,21 @@ TEST(Unicode, ConvertsBothWaysAndReplacesIllFormedParts) {
   const struct {
     std::string utf8;
     std::wstring wide;
-    std::string back;  // when it differs from utf8
   } cases[] = {
-      {"", L"", {}},
-      {"plain", L"plain", {}},
-      {"a\0b"s, L"a\0b"s, {}},
-      {"\xC3\xA9\xE2\x82\xAC", L"\u00E9\u20AC", {}},
-      {"\xF0\x9F\x98\x80", L"\xD83D\xDE00", {}},
-      {"\xEF\xBB\xBFx", L"\uFEFFx", {}},
-      {"a\xFFz", L"a\uFFFDz", "a\xEF\xBF\xBDz"},                                        // never a lead byte
-      {"\xE2\x82", L"\uFFFD", "\xEF\xBF\xBD"},                                          // cut short
-      {"\xC0\xAF", L"\uFFFD\uFFFD", "\xEF\xBF\xBD\xEF\xBF\xBD"},                        // overlong
-      {"\xED\xA0\x80", L"\uFFFD\uFFFD\uFFFD", "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},  // encoded surrogate
+      {"", L""},
+      {"a\0b"s, L"a\0b"s},
+      {"\xC3\xA9\xE2\x82\xAC", L"\u00E9\u20AC"},
+      {"\xF0\x9F\x98\x80", L"\xD83D\xDE00"},
+      {"\xEF\xBB\xBFx", L"\uFEFFx"},
   };
   for (const auto& each : cases) {
-    EXPECT_EQ(Unicode_WideFromUtf8(each.utf8), each.wide) << each.utf8;
-    EXPECT_EQ(Unicode_Utf8FromWide(each.wide), each.back.empty() ? each.utf8 : each.back) << each.utf8;
+    EXPECT_EQ(Unicode_WideFromUtf8(each.utf8), each.wide);
+    EXPECT_EQ(Unicode_Utf8FromWide(each.wide), each.utf8);
   }
+  EXPECT_EQ(Unicode_WideFromUtf8("a\xFFz"), L"a\uFFFDz");                  // never a lead byte
+  EXPECT_EQ(Unicode_WideFromUtf8("\xE2\x82"), L"\uFFFD");                  // cut short
+  EXPECT_EQ(Unicode_WideFromUtf8("\xC0\xAF"), L"\uFFFD\uFFFD");            // overlong
+  EXPECT_EQ(Unicode_WideFromUtf8("\xED\xA0\x80"), L"\uFFFD\uFFFD\uFFFD");  // encoded surrogate
   EXPECT_EQ(Unicode_Utf8FromWide(L"a\xD83D"), "a\xEF\xBF\xBD");
   EXPECT_EQ(Unicode_Utf8FromWide(L"\xDE00\xD83D"), "\xEF\xBF\xBD\xEF\xBF\xBD");
   EXPECT_EQ(Unicode_WideFromUtf8({}), L"");
@@ -46,48 +44,37 @@ TEST(Unicode, ComparesFoldedTextsInCodePointOrder) {
   } cases[] = {
       {L"", L"", 0},
       {L"", L"a", -1},
-      {L"Notepad.EXE", L"nOTEPAD.exe", 0},
       {L"abc", L"ABD", -1},
       {L"ab", L"ABC", -1},
       {L"_", L"A", -1},  // compared as "a", which comes after
-      {L"[", L"a", -1},
       {L"STRASSE", L"stra\u00DFe", 0},
       {L"stra\u00DFe", L"strasz", -1},
-      {L"K", L"\u212A", 0},  // Kelvin sign
-      {L"\u00C9T\u00C9", L"\u00E9t\u00E9", 0},
+      {L"K", L"\u212A", 0},       // Kelvin sign
       {L"\u03A3", L"\u03C2", 0},  // sigma and final sigma
-      {L"I", L"i", 0},
-      {L"I", L"\u0131", -1},  // dotless i is a letter of its own
-      {L"\u0130", L"i", 1},   // "i" with a dot above
+      {L"I", L"\u0131", -1},      // dotless i is a letter of its own
+      {L"\u0130", L"i", 1},       // "i" with a dot above
       {L"\u0130", L"i\u0307", 0},
       {L"\uFF41", L"\xD801\xDC00", -1},  // surrogates sort after all of the basic plane
       {L"\xD801\xDC00", L"\xD801\xDC28", 0},
-      {L"z", L"\u00E9", -1},
   };
   const auto sign = [](int value) { return (value > 0) - (value < 0); };
   for (const auto& each : cases) {
     const std::string left = Unicode_Utf8FromWide(each.left);
     const std::string right = Unicode_Utf8FromWide(each.right);
-    EXPECT_EQ(sign(Unicode_CompareIgnoreCase(each.left, each.right)), each.sign) << left << " " << right;
-    EXPECT_EQ(sign(Unicode_CompareIgnoreCase(each.right, each.left)), -each.sign) << left << " " << right;
-    EXPECT_EQ(sign(Unicode_CompareIgnoreCase(left, right)), each.sign) << left << " " << right;
-    EXPECT_EQ(sign(Unicode_CompareIgnoreCase(right, left)), -each.sign) << left << " " << right;
-    EXPECT_EQ(Unicode_EqualIgnoreCase(each.left, each.right), each.sign == 0) << left << " " << right;
-    EXPECT_EQ(Unicode_EqualIgnoreCase(left, right), each.sign == 0) << left << " " << right;
-    EXPECT_EQ(Unicode_FoldCase(each.left) == Unicode_FoldCase(each.right), each.sign == 0) << left << " " << right;
-    EXPECT_EQ(Unicode_FoldCase(left), Unicode_Utf8FromWide(Unicode_FoldCase(each.left))) << left;
+    SCOPED_TRACE(testing::Message() << left << " " << right);
+    EXPECT_EQ(sign(Unicode_CompareIgnoreCase(each.left, each.right)), each.sign);
+    EXPECT_EQ(sign(Unicode_CompareIgnoreCase(right, left)), -each.sign);
+    EXPECT_EQ(Unicode_EqualIgnoreCase(each.left, each.right), each.sign == 0);
+    EXPECT_EQ(Unicode_EqualIgnoreCase(left, right), each.sign == 0);
+    EXPECT_EQ(Unicode_FoldCase(each.left) == Unicode_FoldCase(each.right), each.sign == 0);
+    EXPECT_EQ(Unicode_FoldCase(left), Unicode_Utf8FromWide(Unicode_FoldCase(each.left)));
   }
   EXPECT_EQ(Unicode_FoldCase(L"\u00DF\u0130I"), L"ssi\u0307i");
   EXPECT_LT(Unicode_CompareIgnoreCase(std::wstring_view(), L"a"), 0);
 
-  const std::map<std::string, int, Unicode_LessIgnoreCase> narrow = {
-      {"Stra\xC3\x9F"
-       "e",
-       1}};
-  const std::map<std::wstring, int, Unicode_LessIgnoreCase> wide = {{L"\u00C4pfel", 1}};
-  EXPECT_TRUE(narrow.contains("STRASSE"));
-  EXPECT_FALSE(narrow.contains("strase"));
-  EXPECT_TRUE(wide.contains(std::wstring_view(L"\u00E4PFEL")));
+  const std::map<std::wstring, int, Unicode_LessIgnoreCase> names = {{L"\u00C4pfel", 1}};
+  EXPECT_TRUE(names.contains(std::wstring_view(L"\u00E4PFEL")));
+  EXPECT_FALSE(names.contains(L"apfel"));
 }
 
 TEST(Codeset, ConvertsByTableAndFindsAliases) {
@@ -97,26 +84,19 @@ TEST(Codeset, ConvertsByTableAndFindsAliases) {
     std::string utf8;
   } cases[] = {
       {"windows-1252", "\x80 5", "\xE2\x82\xAC 5"},
-      {"cp1252", "\x80", "\xE2\x82\xAC"},
       {"Windows 1252", "\xE9", "\xC3\xA9"},
       {"latin1", "\xE9", "\xC3\xA9"},
-      {"iso-8859-15", "\xA4", "\xE2\x82\xAC"},
-      {"windows-1250", "\xB3", "\xC5\x82"},
       {"windows-1251", "\xC6", "\xD0\x96"},
       {"koi8-r", "\xF6", "\xD0\x96"},
       {"ibm437", "\x9B", "\xC2\xA2"},
-      {"ibm850", "\x9B", "\xC3\xB8"},
       {"shift_jis", "\x83\x65\x83\x58", "\xE3\x83\x86\xE3\x82\xB9"},
       {"cp932", "\x82\xA0", "\xE3\x81\x82"},
       {"euc-jp", "\xA4\xA2", "\xE3\x81\x82"},
       {"gb18030", "\xD6\xD0\x81\x30\x84\x36", "\xE4\xB8\xAD\xC2\xA5"},
       {"gbk", "\xD6\xD0", "\xE4\xB8\xAD"},
-      {"gb2312", "\xD6\xD0", "\xE4\xB8\xAD"},
       {"big5", "\xA4\xA4", "\xE4\xB8\xAD"},
-      {"euc-kr", "\xB0\xA1", "\xEA\xB0\x80"},
       {"cp949", "\xB0\xA1", "\xEA\xB0\x80"},
       {"utf-16le", "\x3D\xD8\x00\xDE"s, "\xF0\x9F\x98\x80"},
-      {"utf-8", "\xE2\x82\xAC", "\xE2\x82\xAC"},
       {"windows-1252", "", ""},
   };
   for (const auto& each : cases) {
