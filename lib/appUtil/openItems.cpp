@@ -1,8 +1,10 @@
 #include "lib/appUtil/openItems.h"
 
+#include "lib/appUtil/allocationGuard.h"
 #include "lib/appUtil/handlerEnumeration.h"
 #include "lib/misc/logEntry.h"
 #include "lib/misc/platformHandles.h"
+#include "lib/unicode/unicode.h"
 
 #include <shellapi.h>
 #include <shobjidl.h>
@@ -20,8 +22,8 @@ using Microsoft::WRL::ComPtr;
 
 constexpr char kFunction[] = "AppUtil_OpenItems";
 
-// What the fault of an empty group is reported under.
-constexpr char kFaultFile[] = "lib/appUtil/appUtilFileTypesWin32";
+// The place in messages about memory that ran out and about an empty group.
+constexpr char kSource[] = "lib/appUtil/appUtilFileTypesWin32";
 constexpr int kFaultLine = 2288;
 
 constexpr DWORD kExecuteMask = SEE_MASK_NOASYNC | SEE_MASK_DOENVSUBST | SEE_MASK_FLAG_NO_UI;
@@ -37,6 +39,9 @@ struct Handler {
   std::wstring name;  ///< its executable, as the shell names it
   std::wstring progId;
 };
+
+/// A wide text for a message.
+std::string Text(std::wstring_view text) { return Unicode_Utf8FromWide(text); }
 
 const char* KindWord(OpenItemKind kind) { return kind == OpenItemKind::Url ? "protocol" : "file extension"; }
 
@@ -71,39 +76,30 @@ ItemGroups GroupByKey(const ItemList& items, OpenItemKind kind, ItemList& unopen
   return groups;
 }
 
-/// The handler's executable, with environment variables expanded; nothing, with a message, when it cannot be told.
-std::optional<std::wstring> HandlerPath(IAssocHandler& handler, const std::wstring& key, OpenItemKind kind,
-                                        std::wstring& name) {
+/// The handler's executable as the shell names it; nothing, with a message, when the shell does not.
+std::optional<std::wstring> NameOf(IAssocHandler& handler, const std::wstring& key, OpenItemKind kind) {
   LPWSTR text = nullptr;
-  HRESULT result = handler.GetName(&text);
+  const HRESULT result = handler.GetName(&text);
   const UniqueCoTaskMem<wchar_t> owner(text);
   if (FAILED(result) || text == nullptr) {
-    LogEntry("%s: Failed to retrieve the name of a handler for %s '%S' with error 0x%08x.\n", kFunction, KindWord(kind),
-             key.c_str(), static_cast<unsigned>(result));
+    LogEntry("%s: Failed to retrieve the name of a handler for %s '%s' with error 0x%08x.\n", kFunction, KindWord(kind),
+             Text(key).c_str(), static_cast<unsigned>(result));
     return std::nullopt;
   }
-  name = text;
-  wchar_t expanded[MAX_PATH];
-  const DWORD length = ExpandEnvironmentStringsW(text, expanded, MAX_PATH);
-  if (length == 0 || length > MAX_PATH) {
-    result = HRESULT_FROM_WIN32(length == 0 ? GetLastError() : ERROR_INSUFFICIENT_BUFFER);
-    LogEntry("%s: Failed to expand handler path '%S' of %s with error 0x%08x.\n", kFunction, text, KindWord(kind),
-             static_cast<unsigned>(result));
-    return std::nullopt;
-  }
-  return expanded;
+  return text;
 }
 
-/// Walks the handlers up to the first that is the application; null when none is.
-ComPtr<IAssocHandler> FindHandler(IEnumAssocHandlers& handlers, const std::wstring& key, OpenItemKind kind,
-                                  const std::wstring& applicationPath, std::wstring& name) {
-  for (;;) {
-    ComPtr<IAssocHandler> handler;
-    ULONG fetched = 0;
-    if (handlers.Next(1, &handler, &fetched) != S_OK || fetched != 1 || handler == nullptr) return nullptr;
-    const std::optional<std::wstring> path = HandlerPath(*handler.Get(), key, kind, name);
-    if (path && _wcsicmp(path->c_str(), applicationPath.c_str()) == 0) return handler;
+/// Compares ignoring case, once the name's environment variables are expanded.
+bool IsApplication(const std::wstring& name, OpenItemKind kind, const std::wstring& applicationPath) {
+  wchar_t expanded[MAX_PATH];
+  const DWORD length = ExpandEnvironmentStringsW(name.c_str(), expanded, MAX_PATH);
+  if (length == 0 || length > MAX_PATH) {
+    const HRESULT result = HRESULT_FROM_WIN32(length == 0 ? GetLastError() : ERROR_INSUFFICIENT_BUFFER);
+    LogEntry("%s: Failed to expand handler path '%s' of %s with error 0x%08x.\n", kFunction, Text(name).c_str(),
+             KindWord(kind), static_cast<unsigned>(result));
+    return false;
   }
+  return _wcsicmp(expanded, applicationPath.c_str()) == 0;
 }
 
 std::wstring ProgIdOf(IAssocHandler& handler) {
@@ -114,6 +110,18 @@ std::wstring ProgIdOf(IAssocHandler& handler) {
   return text != nullptr ? text : L"";
 }
 
+/// Walks the handlers up to the first that is the application; nothing when none is.
+std::optional<Handler> FindHandler(IEnumAssocHandlers& handlers, const std::wstring& key, OpenItemKind kind,
+                                   const std::wstring& applicationPath) {
+  for (;;) {
+    ComPtr<IAssocHandler> handler;
+    ULONG fetched = 0;
+    if (handlers.Next(1, &handler, &fetched) != S_OK || fetched != 1 || handler == nullptr) return std::nullopt;
+    const std::optional<std::wstring> name = NameOf(*handler.Get(), key, kind);
+    if (name && IsApplication(*name, kind, applicationPath)) return Handler{*name, ProgIdOf(*handler.Get())};
+  }
+}
+
 /// The group's handler that is the application and has a prog ID; nothing, with a message, when there is none.
 std::optional<Handler> ChooseHandler(const std::wstring& key, const ItemList& items, OpenItemKind kind,
                                      const std::wstring& applicationPath) {
@@ -122,39 +130,46 @@ std::optional<Handler> ChooseHandler(const std::wstring& key, const ItemList& it
   ComPtr<IEnumAssocHandlers> handlers;
   const HRESULT result = enumerate(key.c_str(), &handlers);
   if (FAILED(result) || handlers == nullptr) {
-    LogEntry("%s: Failed to query handlers for %s '%S' with error 0x%08x.\n", kFunction, KindWord(kind), key.c_str(),
-             static_cast<unsigned>(result));
+    LogEntry("%s: Failed to query handlers for %s '%s' with error 0x%08x.\n", kFunction, KindWord(kind),
+             Text(key).c_str(), static_cast<unsigned>(result));
     return std::nullopt;
   }
-  Handler chosen;
-  const ComPtr<IAssocHandler> handler = FindHandler(*handlers.Get(), key, kind, applicationPath, chosen.name);
-  if (handler == nullptr) {
+  std::optional<Handler> handler = FindHandler(*handlers.Get(), key, kind, applicationPath);
+  if (!handler) {
     LogEntry(
-        "%s: Failed to locate a handler for %s '%S' using application '%S'. This is unexpected and means that we may "
+        "%s: Failed to locate a handler for %s '%s' using application '%s'. This is unexpected and means that we may "
         "not open the %I64u file(s) with that extension properly.\n",
-        kFunction, KindWord(kind), key.c_str(), applicationPath.c_str(), static_cast<std::uint64_t>(items.size()));
+        kFunction, KindWord(kind), Text(key).c_str(), Text(applicationPath).c_str(),
+        static_cast<std::uint64_t>(items.size()));
     return std::nullopt;
   }
-  chosen.progId = ProgIdOf(*handler.Get());
-  if (chosen.progId.empty()) return std::nullopt;
-  LogEntry("%s: Handler '%S' has prog ID '%S'.\n", kFunction, chosen.name.c_str(), chosen.progId.c_str());
-  return chosen;
+  if (handler->progId.empty()) return std::nullopt;
+  LogEntry("%s: Handler '%s' has prog ID '%s'.\n", kFunction, Text(handler->name).c_str(),
+           Text(handler->progId).c_str());
+  return handler;
 }
 
 /// Its prog IDs open an item in a window of their own instead of in the application that is running.
-bool NeedsCommandLine(const std::wstring& progId) {
-  constexpr std::wstring_view kProgram = L"PowerPoint";
-  return progId.size() >= kProgram.size() && progId.find(kProgram) != std::wstring::npos;
-}
+bool NeedsCommandLine(const std::wstring& progId) { return progId.find(L"PowerPoint") != std::wstring::npos; }
 
 UniqueRegistryKey OpenClassKey(const std::wstring& progId) {
   UniqueRegistryKey key;
   if (RegOpenKeyExW(HKEY_CLASSES_ROOT, progId.c_str(), 0, KEY_READ, key.put()) != ERROR_SUCCESS) {
-    LogEntry("%s: Failed to open HKEY_CLASSES_ROOT\\%S key. Falling back to opening URI using class name.\n", kFunction,
-             progId.c_str());
+    LogEntry("%s: Failed to open HKEY_CLASSES_ROOT\\%s key. Falling back to opening URI using class name.\n", kFunction,
+             Text(progId).c_str());
     return {};
   }
   return key;
+}
+
+/// False, with the last error, for a request that the shell must not see: one that is too long for it, or whose item
+/// would end the quotes around it and go on as further parameters.
+bool IsFitForShell(const SHELLEXECUTEINFOW& request, const std::wstring& item) {
+  const bool tooLong = wcsnlen(request.lpFile, kLongestItem + 1) > kLongestItem;
+  const bool endsQuotes = request.lpParameters != nullptr && item.find(L'"') != std::wstring::npos;
+  if (tooLong) SetLastError(ERROR_FILENAME_EXCED_RANGE);
+  if (endsQuotes) SetLastError(ERROR_BAD_ARGUMENTS);
+  return !tooLong && !endsQuotes;
 }
 
 bool OpenItem(const std::wstring& item, OpenItemKind kind, const Handler& handler,
@@ -173,21 +188,20 @@ bool OpenItem(const std::wstring& item, OpenItemKind kind, const Handler& handle
   } else if (NeedsCommandLine(handler.progId)) {
     request.lpFile = applicationPath.c_str();
     request.lpParameters = commandLine.c_str();
-    LogEntry("%s: Using command-line '%S' instead of prog ID.\n", kFunction, commandLine.c_str());
+    LogEntry("%s: Using command-line '%s' instead of prog ID.\n", kFunction, Text(commandLine).c_str());
   } else {
     request.fMask |= SEE_MASK_CLASSNAME;
     request.lpClass = handler.progId.c_str();
   }
 
-  const bool tooLong = wcsnlen(request.lpFile, kLongestItem + 1) > kLongestItem;
-  if (tooLong) SetLastError(ERROR_FILENAME_EXCED_RANGE);
-  if (tooLong || ShellExecuteExW(&request) == FALSE) {
-    LogEntry("%s: Failed to invoke handler '%S' with prog ID '%S' for file or url '%S' with error %u.\n", kFunction,
-             handler.name.c_str(), handler.progId.c_str(), item.c_str(), static_cast<unsigned>(GetLastError()));
+  if (!IsFitForShell(request, item) || ShellExecuteExW(&request) == FALSE) {
+    const auto error = static_cast<unsigned>(GetLastError());
+    LogEntry("%s: Failed to invoke handler '%s' with prog ID '%s' for file or url '%s' with error %u.\n", kFunction,
+             Text(handler.name).c_str(), Text(handler.progId).c_str(), Text(item).c_str(), error);
     return false;
   }
-  LogEntry("%s: Successfully invoked handler '%S' directly using prog ID '%S' for file or url '%S'.\n", kFunction,
-           handler.name.c_str(), handler.progId.c_str(), item.c_str());
+  LogEntry("%s: Successfully invoked handler '%s' directly using prog ID '%s' for file or url '%s'.\n", kFunction,
+           Text(handler.name).c_str(), Text(handler.progId).c_str(), Text(item).c_str());
   return true;
 }
 
@@ -196,15 +210,23 @@ bool OpenItem(const std::wstring& item, OpenItemKind kind, const Handler& handle
 std::vector<std::wstring> AppUtil_OpenItems(const std::vector<std::wstring>& items, OpenItemKind kind,
                                             const std::wstring& applicationPath) {
   ItemList unopened;
-  for (const auto& [key, group] : GroupByKey(items, kind, unopened)) {
+  unopened.reserve(items.size());
+  ItemGroups groups = GroupByKey(items, kind, unopened);
+  for (auto& entry : groups) {
+    const std::wstring& key = entry.first;
+    ItemList& group = entry.second;
     if (key.empty()) {
       // A URL that begins with its colon. The groups behind it are given up without being reported, as ever.
-      LogEntry("VERIFY %s:%d\n", kFaultFile, kFaultLine);
+      LogEntry("VERIFY %s:%d\n", kSource, kFaultLine);
       return unopened;
     }
-    const std::optional<Handler> handler = ChooseHandler(key, group, kind, applicationPath);
-    for (const std::wstring& item : group) {
-      if (!handler || !OpenItem(item, kind, *handler, applicationPath)) unopened.push_back(item);
+    std::optional<Handler> handler;
+    AppUtilGuardAllocation(kSource, __LINE__, [&] { handler = ChooseHandler(key, group, kind, applicationPath); });
+    for (std::wstring& item : group) {
+      bool opened = false;
+      AppUtilGuardAllocation(kSource, __LINE__,
+                             [&] { opened = handler && OpenItem(item, kind, *handler, applicationPath); });
+      if (!opened) unopened.push_back(std::move(item));
     }
   }
   return unopened;

@@ -13,6 +13,7 @@ namespace {
 
 constexpr wchar_t kSharePrefix[] = L"\\\\tsclient\\";
 constexpr std::size_t kSharePrefixLength = std::size(kSharePrefix) - 1;
+constexpr UINT kGb18030 = 54936;
 
 std::wstring WithoutQuotes(const std::wstring& path) {
   if (path.empty() || path.front() != L'"') return path;
@@ -20,14 +21,23 @@ std::wstring WithoutQuotes(const std::wstring& path) {
   return path.substr(1, path.size() - (closed ? 2 : 1));
 }
 
+/// Best fits turn look-alikes into backslashes, which would make further folders of a name. Code pages that hold every
+/// character take no flags (Microsoft Learn, WideCharToMultiByte).
+DWORD ConversionFlags() {
+  const UINT codePage = GetACP();
+  return codePage == CP_UTF8 || codePage == kGb18030 ? 0 : WC_NO_BEST_FIT_CHARS;
+}
+
 /// The text in the system's ANSI code page and back; nothing when the system refuses.
 std::optional<std::wstring> ThroughAnsiCodePage(const std::wstring& text) {
   if (text.empty()) return text;
   const int length = static_cast<int>(text.size());
-  const int ansiLength = WideCharToMultiByte(CP_ACP, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+  const DWORD flags = ConversionFlags();
+  const int ansiLength = WideCharToMultiByte(CP_ACP, flags, text.data(), length, nullptr, 0, nullptr, nullptr);
   if (ansiLength <= 0) return std::nullopt;
   std::string ansi(static_cast<std::size_t>(ansiLength), '\0');
-  if (WideCharToMultiByte(CP_ACP, 0, text.data(), length, ansi.data(), ansiLength, nullptr, nullptr) != ansiLength) {
+  if (WideCharToMultiByte(CP_ACP, flags, text.data(), length, ansi.data(), ansiLength, nullptr, nullptr) !=
+      ansiLength) {
     return std::nullopt;
   }
   const int wideLength = MultiByteToWideChar(CP_ACP, 0, ansi.data(), ansiLength, nullptr, 0);

@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <shlwapi.h>
+#include <wininet.h>
 
 #include <algorithm>
 #include <cwchar>
@@ -18,13 +19,18 @@ const wchar_t* OrEmpty(const wchar_t* text) { return text != nullptr ? text : L"
 
 bool IsType(const std::wstring& type, const wchar_t* name) { return _wcsicmp(type.c_str(), name) == 0; }
 
-/// A URL of the scheme "file" is only another spelling of the path that it names; every other value stands for itself.
-std::wstring PathNamedBy(const std::wstring& value) {
-  if (UrlIsW(value.c_str(), URLIS_FILEURL) == FALSE) return value;
-  std::wstring path(value.size() + MAX_PATH, L'\0');
+/// The platform's URL functions take INTERNET_MAX_URL_LENGTH characters; the scheme stands within them.
+bool IsFileUrl(const std::wstring& value) {
+  return UrlIsW(value.substr(0, INTERNET_MAX_URL_LENGTH).c_str(), URLIS_FILEURL) != FALSE;
+}
+
+/// One that cannot be turned into a path is judged as the path behind its scheme.
+std::wstring PathOfFileUrl(const std::wstring& url) {
+  std::wstring path(url.size() + MAX_PATH, L'\0');
   auto length = static_cast<DWORD>(path.size());
-  // One that cannot be turned into a path is judged as the path behind its scheme, never as a URL.
-  if (FAILED(PathCreateFromUrlW(value.c_str(), path.data(), &length, 0))) return value.substr(value.find(L':') + 1);
+  if (url.size() > INTERNET_MAX_URL_LENGTH || FAILED(PathCreateFromUrlW(url.c_str(), path.data(), &length, 0))) {
+    return url.substr(url.find(L':') + 1);
+  }
   path.resize(wcsnlen(path.c_str(), path.size()));
   return path;
 }
@@ -43,9 +49,12 @@ void AcceptClientDrivePath(const std::wstring& path, LaunchItems& items) {
   items.files.push_back(std::move(sanitized));
 }
 
-/// Accepts a file or URL into `items`; false, with a message, when the policy refuses it.
+/// Accepts a file or URL into `items`; false, with a message, when the policy refuses it. A URL of the scheme "file" is
+/// only another spelling of the path that it names, however often the scheme is repeated.
 bool AcceptPath(const std::wstring& value, bool allowLocalFiles, LaunchItems& items) {
-  const std::wstring path = PathNamedBy(value);
+  const bool isFileUrl = IsFileUrl(value);
+  std::wstring path = value;
+  while (IsFileUrl(path)) path = PathOfFileUrl(path);
   if (IsClientDrivePath(path)) {
     AcceptClientDrivePath(path, items);
     return true;
@@ -56,7 +65,7 @@ bool AcceptPath(const std::wstring& value, bool allowLocalFiles, LaunchItems& it
         value.c_str());
     return false;
   }
-  if (PathIsURLW(path.c_str()) != FALSE) {
+  if (!isFileUrl && PathIsURLW(path.c_str()) != FALSE) {
     items.urls.push_back(path);
     return true;
   }

@@ -13,7 +13,7 @@ namespace quarry {
 struct LaunchItems {
   std::vector<std::wstring> files;  ///< paths; those on client drives may still have to appear
   std::vector<std::wstring> urls;
-  std::optional<std::wstring> commandLine;  ///< the last one given
+  std::wstring commandLine;  ///< the last one given
 };
 
 /// Reads the custom parameters in order and checks each path against the policy: files on client drives and URLs are

@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <cwchar>
 #include <iterator>
+#include <limits>
+#include <unordered_map>
 
 namespace quarry {
 
@@ -44,7 +46,6 @@ void BringForward(HWND window, bool maximize) {
 /// One argument as the runtime's argument parser takes it (Microsoft Learn, "Parsing C command-line arguments"), so
 /// that what a client sends cannot become further arguments.
 std::wstring QuoteArgument(const std::wstring& argument) {
-  if (!argument.empty() && argument.find_first_of(L" \t\"") == std::wstring::npos) return argument;
   std::wstring quoted = L"\"";
   std::size_t backslashes = 0;
   for (const wchar_t character : argument) {
@@ -56,10 +57,34 @@ std::wstring QuoteArgument(const std::wstring& argument) {
   return quoted + L'"';
 }
 
-/// Moves the files that exist by now to the result.
-std::vector<std::wstring> TakeExisting(std::vector<std::wstring>& waiting) {
-  const auto missing = std::stable_partition(
-      waiting.begin(), waiting.end(), [](const std::wstring& file) { return PathFileExistsW(file.c_str()) != FALSE; });
+/// cmd.exe reads the command line of a batch file before the runtime's parser does, and by other rules. A shortcut that
+/// was not resolved may lead to one.
+bool MayBeBatchFile(const std::wstring& program) {
+  const wchar_t* const extension = PathFindExtensionW(program.c_str());
+  return _wcsicmp(extension, L".bat") == 0 || _wcsicmp(extension, L".cmd") == 0 || _wcsicmp(extension, L".lnk") == 0;
+}
+
+/// The item as the program's only argument. Nothing, with the last error, for an item that cannot be handed over as
+/// such: between quotes cmd.exe still ends the quotes and the line, and replaces variables.
+std::optional<std::wstring> ArgumentFor(const std::wstring& program, const std::wstring& item) {
+  if (!MayBeBatchFile(program)) {
+    const bool isPlain = !item.empty() && item.find_first_of(L" \t\"") == std::wstring::npos;
+    return isPlain ? item : QuoteArgument(item);
+  }
+  if (item.find_first_of(L"\"%\r\n") == std::wstring::npos) return QuoteArgument(item);
+  SetLastError(ERROR_BAD_ARGUMENTS);
+  return std::nullopt;
+}
+
+/// Moves the files that exist by now to the result. Looks once at each path, and no more once the deadline has passed.
+std::vector<std::wstring> TakeExisting(std::vector<std::wstring>& waiting, ULONGLONG deadline) {
+  std::unordered_map<std::wstring, bool> found;
+  const auto exists = [&](const std::wstring& file) {
+    const auto [entry, isNew] = found.try_emplace(file, false);
+    if (isNew && GetTickCount64() <= deadline) entry->second = PathFileExistsW(file.c_str()) != FALSE;
+    return entry->second;
+  };
+  const auto missing = std::stable_partition(waiting.begin(), waiting.end(), exists);
   std::vector<std::wstring> existing(std::make_move_iterator(waiting.begin()), std::make_move_iterator(missing));
   waiting.erase(waiting.begin(), missing);
   return existing;
@@ -88,24 +113,27 @@ bool IsTooLongForShell(const wchar_t* path) {
   return true;
 }
 
+/// Reports the last error.
+void ReportFailedStart() { Log(LogLevel::Error, L"ShellExecuteEx failed, error = %ld\n", GetLastError()); }
+
 /// Runs the shell's request; false, with a message, when it fails.
 bool Execute(SHELLEXECUTEINFOW& request) {
   if (!IsTooLongForShell(request.lpFile) && ShellExecuteExW(&request) != FALSE) return true;
-  Log(LogLevel::Error, L"ShellExecuteEx failed, error = %ld\n", GetLastError());
+  ReportFailedStart();
   return false;
 }
 
 }  // namespace
 
 /// The start that is being prepared: the shell's request and the strings that it points to.
-struct Launcher::Started {
+struct Launcher::PendingStart {
   std::wstring path;
   std::wstring target;
   std::wstring parameters;
   std::wstring workingDirectory;
   SHELLEXECUTEINFOW request{};
 
-  Started(const LaunchRequest& launch, std::wstring launchTarget)
+  PendingStart(const LaunchRequest& launch, std::wstring launchTarget)
       : path(launch.path),
         target(std::move(launchTarget)),
         parameters(launch.arguments),
@@ -116,8 +144,8 @@ struct Launcher::Started {
     request.lpFile = path.c_str();
     request.nShow = SW_SHOW;
   }
-  Started(const Started&) = delete;
-  Started& operator=(const Started&) = delete;
+  PendingStart(const PendingStart&) = delete;
+  PendingStart& operator=(const PendingStart&) = delete;
 
   void UseParameters(std::wstring text) {
     parameters = std::move(text);
@@ -158,10 +186,20 @@ struct Launcher::Started {
         static_cast<std::uint64_t>(unopened.size()), static_cast<std::uint64_t>(items.size()), L"file");
     std::uint32_t result = QUARRY_LAUNCH_OK;
     for (const std::wstring& item : unopened) {
-      UseParameters(QuoteArgument(item));
-      if (!Execute(request)) result = QUARRY_LAUNCH_FAILED;
+      if (!StartWith(item)) result = QUARRY_LAUNCH_FAILED;
     }
     return result;
+  }
+
+  /// Starts the application with the item as its parameter; false, with a message, when it fails.
+  bool StartWith(const std::wstring& item) {
+    std::optional<std::wstring> argument = ArgumentFor(target, item);
+    if (!argument) {
+      ReportFailedStart();
+      return false;
+    }
+    UseParameters(*std::move(argument));
+    return Execute(request);
   }
 };
 
@@ -183,7 +221,7 @@ std::uint32_t Launcher::Launch(LaunchRequest request) {
     }
   }
 
-  Started start(request, application != nullptr ? application->GetTargetPath() : request.path);
+  PendingStart start(request, application != nullptr ? application->GetTargetPath() : request.path);
   if (!start.Prepare(HasFlag(request, QUARRY_LAUNCH_MAXIMIZE))) return QUARRY_LAUNCH_REFUSED;
   if (hiddenWindow_ != nullptr) {
     Log(LogLevel::Detail, L"Activating our hidden window\n");
@@ -225,7 +263,7 @@ bool Launcher::IsTrackedAsRunning(const std::wstring& target, const std::wstring
   return false;
 }
 
-std::uint32_t Launcher::StartPlain(Started& start, const LaunchRequest& request) {
+std::uint32_t Launcher::StartPlain(PendingStart& start, const LaunchRequest& request) {
   Log(LogLevel::Detail, L"Launching application '%s'\n", start.target.c_str());
   const bool track = HasFlag(request, QUARRY_LAUNCH_TRACK_PROCESSES);
   if (track) start.request.fMask |= SEE_MASK_NOCLOSEPROCESS;
@@ -238,19 +276,18 @@ std::uint32_t Launcher::StartPlain(Started& start, const LaunchRequest& request)
   return QUARRY_LAUNCH_OK;
 }
 
-std::uint32_t Launcher::StartWithItems(Started& start, const LaunchRequest& request) {
+std::uint32_t Launcher::StartWithItems(PendingStart& start, const LaunchRequest& request) {
   std::optional<LaunchItems> items = ReadLaunchParameters(request.parameterCount, request.parameters,
                                                           HasFlag(request, QUARRY_LAUNCH_ALLOW_LOCAL_FILES));
   if (!items) return QUARRY_LAUNCH_REFUSED;
   if (!items->files.empty() || !items->urls.empty()) return OpenFilesAndUrls(start, std::move(*items));
 
-  const std::wstring& commandLine = items->commandLine.value_or(L"");
-  start.UseParameters(request.arguments.empty() ? commandLine : request.arguments + L" " + commandLine);
+  start.UseParameters(request.arguments.empty() ? items->commandLine : request.arguments + L" " + items->commandLine);
   Log(LogLevel::Detail, L"Launching application with custom command line '%s'\n", start.parameters.c_str());
   return Execute(start.request) ? QUARRY_LAUNCH_OK : QUARRY_LAUNCH_FAILED;
 }
 
-std::uint32_t Launcher::OpenFilesAndUrls(Started& start, LaunchItems items) const {
+std::uint32_t Launcher::OpenFilesAndUrls(PendingStart& start, LaunchItems items) const {
   if (IsDriveRedirectionDisabled()) return QUARRY_LAUNCH_DRIVES_DISABLED;
   std::uint32_t timeout = kDefaultFileOpenTimeout;
   if (settings_.ReadDword(L"Config", L"RemoteFileOpenTimeoutMs", timeout) != ERROR_SUCCESS) {
@@ -259,13 +296,13 @@ std::uint32_t Launcher::OpenFilesAndUrls(Started& start, LaunchItems items) cons
   std::uint32_t result = QUARRY_LAUNCH_OK;
   if (!items.urls.empty()) result = start.OpenItems(items.urls, OpenItemKind::Url);
 
-  const ULONGLONG begin = GetTickCount64();
-  for (;;) {
-    const std::vector<std::wstring> ready = TakeExisting(items.files);
+  const ULONGLONG deadline = GetTickCount64() + timeout;
+  for (ULONGLONG lookUntil = std::numeric_limits<ULONGLONG>::max();; lookUntil = deadline) {  // all get a first look
+    const std::vector<std::wstring> ready = TakeExisting(items.files, lookUntil);
     if (!ready.empty()) result = std::max(result, start.OpenItems(ready, OpenItemKind::File));
     if (items.files.empty()) return result;
     Sleep(kLookInterval);
-    if (GetTickCount64() - begin > timeout) break;
+    if (GetTickCount64() > deadline) break;
   }
   ReportMissing(items.files);
   return QUARRY_LAUNCH_FILES_MISSING;

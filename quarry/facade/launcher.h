@@ -41,7 +41,7 @@ class Launcher {
   std::uint32_t Launch(LaunchRequest request);
 
  private:
-  struct Started;
+  struct PendingStart;
   struct LaunchedProcess {
     UniqueKernelHandle process;
     std::wstring target;
@@ -50,9 +50,9 @@ class Launcher {
 
   HWND FindRunningWindow(const LaunchRequest& request, const Application& application);
   bool IsTrackedAsRunning(const std::wstring& target, const std::wstring& arguments);
-  std::uint32_t StartPlain(Started& start, const LaunchRequest& request);
-  std::uint32_t StartWithItems(Started& start, const LaunchRequest& request);
-  std::uint32_t OpenFilesAndUrls(Started& start, LaunchItems items) const;
+  std::uint32_t StartPlain(PendingStart& start, const LaunchRequest& request);
+  std::uint32_t StartWithItems(PendingStart& start, const LaunchRequest& request);
+  std::uint32_t OpenFilesAndUrls(PendingStart& start, LaunchItems items) const;
 
   const Registry& settings_;
   IconBoss* iconBoss_;

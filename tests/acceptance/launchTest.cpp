@@ -1,5 +1,4 @@
-#include "lib/misc/platformHandles.h"
-
+#include "tests/support/processOutput.h"
 #include "tests/support/quarryHost.h"
 #include "tests/support/registryFixture.h"
 #include "tests/support/resourceCounts.h"
@@ -10,9 +9,10 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <memory>
+#include <functional>
+#include <map>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
@@ -22,19 +22,45 @@ namespace {
 
 using namespace quarry::test;
 using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
 using Parameters = std::vector<std::pair<const wchar_t*, std::wstring>>;
 
-constexpr DWORD kTimeout = 600;    // milliseconds, set for redirected files
-constexpr ULONGLONG kSlack = 200;  // milliseconds that an answer may come later
+constexpr DWORD kTimeout = 1000;           // milliseconds, set for redirected files
+constexpr ULONGLONG kSlack = 200;          // milliseconds that an answer may come later
+constexpr ULONGLONG kLongestWait = 5'000;  // milliseconds that a window may take
 constexpr wchar_t kTerminalServices[] = L"SOFTWARE\\Policies\\Microsoft\\Windows NT\\Terminal Services";
+
+std::map<std::wstring, ULONGLONG> g_times;                     // when the library last said what
+std::function<void(const std::wstring& message)> g_onMessage;  // on the library's thread, while it does its work
+
+void Receive(std::uint32_t level, const wchar_t* message) {
+  HostLog::Record(level, message);
+  g_times[message] = GetTickCount64();
+  if (g_onMessage) g_onMessage(message);
+}
+
+bool Said(std::uint32_t level, const std::wstring& message) { return HostLog::Count(level, message) == 1; }
+
+/// When the message that begins so was said last.
+ULONGLONG TimeOf(const std::wstring& begin) {
+  const auto entry = g_times.lower_bound(begin);
+  return entry != g_times.end() && entry->first.starts_with(begin) ? entry->second : 0;
+}
+
+void ExpectWaitedForTimeout() {
+  const ULONGLONG waited = TimeOf(L"Timeout was reached") - TimeOf(L"Check Policies");
+  EXPECT_GE(waited, kTimeout);
+  EXPECT_LE(waited, kTimeout + kSlack);
+}
 
 /// The remote user's drive C: a network path is a folder of the Wine prefix.
 class ClientDrive {
  public:
-  ClientDrive() : folder_(Root()) { std::filesystem::create_directories(folder_); }
+  ClientDrive() { std::filesystem::create_directories(folder_); }
   ~ClientDrive() {
     std::error_code ignored;
     std::filesystem::remove_all(folder_.parent_path(), ignored);
@@ -45,242 +71,371 @@ class ClientDrive {
   ClientDrive& operator=(const ClientDrive&) = delete;
 
   /// Makes the file that the host sees as \\tsclient\C\`name`.
-  void Write(const std::wstring& name) const {
-    CopyFileW(FixtureProgram(L"emptyApp").c_str(), At(name).c_str(), FALSE);
-  }
+  void Write(const std::wstring& name) const { std::filesystem::copy(FixtureProgram(L"emptyApp"), folder_ / name); }
 
  private:
-  std::wstring At(const std::wstring& name) const { return (folder_ / name).wstring(); }
   static std::filesystem::path Root() {
-    wchar_t prefix[MAX_PATH];
-    const DWORD length = GetEnvironmentVariableW(L"QUARRY_WINEPREFIX", prefix, MAX_PATH);
-    if (length == 0 || length >= MAX_PATH) throw std::runtime_error("these tests need scripts/wine.sh");
-    std::wstring path = L"Z:" + std::wstring(prefix) + L"/dosdevices/unc/tsclient/C";
-    std::replace(path.begin(), path.end(), L'/', L'\\');
-    return path;
+    const wchar_t* const prefix = _wgetenv(L"QUARRY_WINEPREFIX");
+    if (prefix == nullptr) throw std::runtime_error("these tests need scripts/wine.sh");
+    return std::filesystem::path(std::wstring(L"Z:") + prefix + L"/dosdevices/unc/tsclient/C").make_preferred();
   }
 
-  std::filesystem::path folder_;
+  const std::filesystem::path folder_ = Root();
 };
 
 class Launch : public testing::Test {
  protected:
-  void SetUp() override { settings_.SetDword(L"Config", L"RemoteFileOpenTimeoutMs", kTimeout); }
+  void SetUp() override {
+    SetTimeout(kTimeout);
+    Library::Instance().Init(Receive, 0, &host_);
+  }
+  void TearDown() override { host_.Exit(); }
 
+  void SetTimeout(std::uint32_t time) const { settings_.SetDword(L"Config", L"RemoteFileOpenTimeoutMs", time); }
   std::uint32_t Run(const std::wstring& path, std::uint32_t flags = 0, const std::wstring& arguments = L"",
-                    const std::wstring& folder = L"", const Parameters& parameters = {}) {
+                    const std::wstring& folder = L"", const Parameters& parameters = {}) const {
     HostLog::Clear();
+    g_times.clear();
     std::vector<QuarryLaunchParameter> records;
     for (const auto& [type, value] : parameters) records.push_back({type, value.c_str()});
-    return host_->LaunchApplication(path.c_str(), flags, arguments.c_str(), folder.c_str(),
-                                    static_cast<std::int32_t>(records.size()), records.data());
+    return host_.LaunchApplication(path.c_str(), flags, arguments.c_str(), folder.c_str(),
+                                   static_cast<std::int32_t>(records.size()), records.data());
   }
-  std::uint32_t Run(const Parameters& parameters, std::uint32_t flags = 0) {
+  std::uint32_t Run(const Parameters& parameters, std::uint32_t flags = 0) const {
     return Run(program_, flags, L"", L"", parameters);
   }
-  std::vector<std::wstring> ArgumentsOf(std::size_t count) const {
-    std::vector<std::wstring> arguments;
-    for (const Start& start : programs_.Wait(count)) arguments.push_back(start.arguments);
-    std::sort(arguments.begin(), arguments.end());
-    return arguments;
+  std::wstring WriteLink(const wchar_t* name, const std::wstring& target) const {
+    std::wstring link = programs_.Folder() / name;
+    EXPECT_TRUE(WriteShortcut({link, target, L"from-link", L"", L"", L""}));
+    return link;
   }
 
   RegistryFixture settings_{kSettingsKey};
   StartedPrograms programs_;
   std::wstring program_ = programs_.Program();
-  QuarryHost host_;
+  QuarryFunctions host_{};
 };
 
-TEST_F(Launch, StartsWithArgumentsFolderAndShowCommand) {
-  EXPECT_EQ(Run(program_, QUARRY_LAUNCH_MAXIMIZE, L"one \"two three\"", programs_.Folder().Path()), QUARRY_LAUNCH_OK);
+TEST_F(Launch, StartsShortcutsAndProgramsAsAskedFor) {
+  WriteLink(L"Echo.lnk", program_);
+  SetEnvironmentVariableW(L"QuarryLaunchTest", programs_.Folder().Path().c_str());
+  EXPECT_EQ(Run(L"%QuarryLaunchTest%\\Echo.lnk", 0, L"\"two three\"", L"%QuarryLaunchTest%"), QUARRY_LAUNCH_OK);
+  SetEnvironmentVariableW(L"QuarryLaunchTest", nullptr);
+  EXPECT_TRUE(Said(3, L"Launching application '" + program_ + L"'\n"));
+  EXPECT_EQ(Run({{L"appCommandLine", L"/first"}, {L"APPCOMMANDLINE", L"/last one"}}), QUARRY_LAUNCH_OK);
+  EXPECT_TRUE(Said(3, L"Launching application with custom command line '/last one'\n"));
+  EXPECT_THAT(programs_.Take(2), ElementsAre(L"/last one", L"from-link \"two three\""));
+
+  EXPECT_EQ(Run(program_, QUARRY_LAUNCH_MAXIMIZE, L"\"two three\"", programs_.Folder().Path()), QUARRY_LAUNCH_OK);
   const std::vector<Start> starts = programs_.Wait(1);
   ASSERT_THAT(starts, SizeIs(1));
-  EXPECT_EQ(starts[0].arguments, L"one \"two three\"");
+  EXPECT_EQ(starts[0].arguments, L"\"two three\"");
   EXPECT_EQ(_wcsicmp(starts[0].folder.c_str(), programs_.Folder().Path().c_str()), 0);
   EXPECT_EQ(starts[0].showCommand, SW_SHOWMAXIMIZED);
 
   std::vector<LogLine> lines = HostLog::Lines();
-  std::erase_if(lines, [](const LogLine& line) { return line.level != QUARRY_LOG_DETAIL; });
-  std::erase_if(lines, [](const LogLine& line) { return line.text.find(L"con") != std::wstring::npos; });
+  std::erase_if(lines, [](const LogLine& line) {
+    return line.level != QUARRY_LOG_DETAIL || line.text.find(L"con") != std::wstring::npos;
+  });
   EXPECT_THAT(lines, ElementsAre(LogLine{3, L"Launching " + program_ + L"\n"},
-                                 LogLine{3, L"Launch parameters: one \"two three\"\n"},
+                                 LogLine{3, L"Launch parameters: \"two three\"\n"},
                                  LogLine{3, L"Launch directory: " + programs_.Folder().Path() + L"\n"},
                                  LogLine{3, L"Launch maximized: true\n"}, LogLine{3, L"Activating our hidden window\n"},
                                  LogLine{3, L"Finished activating hidden window\n"},
                                  LogLine{3, L"Launching application '" + program_ + L"'\n"}));
 }
 
-TEST_F(Launch, StartsShortcutsAndExpandsVariables) {
-  const std::wstring link = programs_.Folder() / L"Echo.lnk";
-  ASSERT_TRUE(WriteShortcut({link, program_, L"from-link", L"", L"", L""}));
-  SetEnvironmentVariableW(L"QuarryLaunchTest", programs_.Folder().Path().c_str());
-  EXPECT_EQ(Run(L"%QuarryLaunchTest%\\Echo.lnk", 0, L"", L"%QuarryLaunchTest%"), QUARRY_LAUNCH_OK);
-  SetEnvironmentVariableW(L"QuarryLaunchTest", nullptr);
-  EXPECT_THAT(ArgumentsOf(1), ElementsAre(L"from-link"));
-  EXPECT_EQ(HostLog::Count(3, L"Launching application '" + program_ + L"'\n"), 1U);
-}
-
-TEST_F(Launch, RefusesNullArgumentsAndFoldersThatAreNone) {
-  EXPECT_EQ(host_->LaunchApplication(nullptr, 0, L"", L"", 0, nullptr), QUARRY_LAUNCH_REFUSED);
-  EXPECT_EQ(host_->LaunchApplication(program_.c_str(), 0, nullptr, L"", 0, nullptr), QUARRY_LAUNCH_REFUSED);
-  EXPECT_EQ(host_->LaunchApplication(program_.c_str(), 0, L"", nullptr, 0, nullptr), QUARRY_LAUNCH_REFUSED);
+TEST_F(Launch, RefusesMissingParametersAndFoldersThatAreNone) {
   for (const std::wstring& folder : {program_, programs_.Folder() / L"gone", std::wstring(L"\\\\dead\\share"),
                                      std::wstring(30'000, L'f'), std::wstring(L"\xD800")}) {
     EXPECT_EQ(Run(program_, 0, L"", folder), QUARRY_LAUNCH_REFUSED);
-    EXPECT_EQ(HostLog::Count(0, L"Launch directory " + folder + L" is not valid\n"), 1U);
+    EXPECT_TRUE(Said(0, L"Launch directory " + folder + L" is not valid\n"));
   }
-  EXPECT_EQ(host_->LaunchApplication(program_.c_str(), 0, L"", L"", 1, nullptr), QUARRY_LAUNCH_REFUSED);
-  EXPECT_EQ(HostLog::Count(0, L"Expecting customized parameters but none found\n"), 1U);
+  const auto run = [this](std::int32_t count, const QuarryLaunchParameter* parameters) {
+    return host_.LaunchApplication(program_.c_str(), 0, L"", L"", count, parameters);
+  };
   const QuarryLaunchParameter nulls[] = {{nullptr, L"x"}, {L"url", nullptr}};
-  EXPECT_EQ(host_->LaunchApplication(program_.c_str(), 0, L"", L"", 1, nulls), QUARRY_LAUNCH_REFUSED);
-  EXPECT_EQ(host_->LaunchApplication(program_.c_str(), 0, L"", L"", 1, nulls + 1), QUARRY_LAUNCH_REFUSED);
-  EXPECT_THAT(programs_.All(), IsEmpty());
-  EXPECT_EQ(host_->LaunchApplication(program_.c_str(), 0, L"", L"", -7, nulls), QUARRY_LAUNCH_OK);
-  EXPECT_THAT(programs_.All(), SizeIs(1));
+  EXPECT_EQ(run(1, nullptr), QUARRY_LAUNCH_REFUSED);
+  EXPECT_TRUE(Said(0, L"Expecting customized parameters but none found\n"));
+  EXPECT_EQ(run(1, nulls), QUARRY_LAUNCH_REFUSED);
+  EXPECT_EQ(run(1, nulls + 1), QUARRY_LAUNCH_REFUSED);
+  EXPECT_THAT(programs_.Take(0), IsEmpty());
+  EXPECT_EQ(run(-7, nulls), QUARRY_LAUNCH_OK);
+  EXPECT_THAT(programs_.Take(1), SizeIs(1));
 }
 
 TEST_F(Launch, ReportsWhatTheShellCannotStart) {
-  EXPECT_EQ(Run(programs_.Folder() / L"gone.exe"), QUARRY_LAUNCH_FAILED);
-  EXPECT_EQ(HostLog::Count(0, L"ShellExecuteEx failed, error = 2\n"), 1U);
-  for (const std::wstring& path : {std::wstring(30'000, L'x'), std::wstring(L"\xDC00.exe")}) {
+  for (const std::wstring& path : {std::wstring(), std::wstring(30'000, L'x'), std::wstring(L"\xDC00.exe")}) {
     EXPECT_EQ(Run(path), QUARRY_LAUNCH_FAILED);
     EXPECT_THAT(HostLog::Holding(L"ShellExecuteEx failed, error = "), SizeIs(1));
   }
+  g_onMessage = [this](const std::wstring& message) {
+    if (message == L"Activating our hidden window\n") DeleteFileW(program_.c_str());
+  };
+  EXPECT_EQ(Run(program_), QUARRY_LAUNCH_FAILED);
+  g_onMessage = nullptr;
+  EXPECT_TRUE(Said(0, L"ShellExecuteEx failed, error = 2\n"));
+  EXPECT_EQ(Run({{L"appCommandLine", L"/x"}}), QUARRY_LAUNCH_FAILED);
+  EXPECT_TRUE(Said(0, L"ShellExecuteEx failed, error = 2\n"));
+  EXPECT_EQ(Run({{L"url", L"qtest://a"}, {L"url", L"\\\\tsclient\\C\\never"}}), QUARRY_LAUNCH_FILES_MISSING);
+  EXPECT_TRUE(Said(0, L"ShellExecuteEx failed, error = 2\n"));
 }
 
 TEST_F(Launch, RefusesWhatThePolicyDoesNotAllow) {
-  const std::wstring network = L" is not related to Client Drive Redirection and thus is not allowed to be opened.\n";
-  const std::wstring local = L" is not allowed by administrator policy.\n";
+  const std::pair unknown(L"Invalid custom parameter file type: '", L"'\n");
+  const std::pair local(L"Opening the local file path '", L"' is not allowed by administrator policy.\n");
+  const std::pair network(L"The network path '",
+                          L"' is not related to Client Drive Redirection and thus is not allowed to be opened.\n");
   const struct {
-    const wchar_t* type;
+    std::wstring type;
     std::wstring value;
     std::uint32_t flags;
-    std::wstring message;
+    std::pair<const wchar_t*, const wchar_t*> message;
   } refused[] = {
-      {L"path", program_, 8, L"Invalid custom parameter file type: 'path'\n"},
-      {L"", L"", 8, L"Invalid custom parameter file type: ''\n"},
-      {L"file-path", program_, 0, L"Opening the local file path '" + program_ + L"'" + local},
-      {L"FILE-Path", L"", 0, L"Opening the local file path ''" + local},
-      {L"url", L"\"" + program_, 0, L"Opening the local file path '\"" + program_ + L"'" + local},
-      {L"url", L"file:///C:/windows/notepad.exe", 0,
-       L"Opening the local file path 'file:///C:/windows/notepad.exe'" + local},
-      {L"file-path", L"\\\\server\\share\\a.txt", 8, L"The network path '\\\\server\\share\\a.txt'" + network},
-      {L"file-path", L"//server/share/a.txt", 8, L"The network path '//server/share/a.txt'" + network},
-      {L"url", L"file://server/share/a.txt", 8, L"The network path 'file://server/share/a.txt'" + network},
-      {L"file-path", L"\\\\tsclient", 8, L"The network path '\\\\tsclient'" + network},
-      {L"file-path", L"\\\\tsclientevil\\C\\a.txt", 8, L"The network path '\\\\tsclientevil\\C\\a.txt'" + network},
+      {L"path", program_, 8, unknown},
+      {L"", L"", 8, unknown},
+      {L"file-path", program_, 0, local},
+      {L"FILE-Path", L"", 0, local},
+      {L"url", L"\"" + program_, 0, local},
+      {L"url", L"file:///C:/windows/notepad.exe", 0, local},
+      {L"url", L"file:file:///C:/windows/notepad.exe", 0, local},
+      {L"url", L"FILE:http://host/", 0, local},
+      {L"file-path", L"\\\\server\\share\\a.txt", 8, network},
+      {L"file-path", L"//server/share/a.txt", 8, network},
+      {L"url", L"file://server/share/a.txt", 8, network},
+      {L"url", L"file:file://server/share/x", 8, network},
+      {L"url", L"file:%66ile://server/share/x", 8, network},
+      {L"url", L"file:///C:/" + std::wstring(3'000, L'x'), 8, network},
+      {L"file-path", L"\\\\tsclient", 8, network},
+      {L"file-path", L"\\\\tsclientevil\\C\\a.txt", 8, network},
   };
   for (const auto& [type, value, flags, message] : refused) {
-    EXPECT_EQ(Run({{L"appCommandLine", L"before"}, {type, value}}, flags), QUARRY_LAUNCH_REFUSED);
-    EXPECT_EQ(HostLog::Count(0, message), 1U) << testing::PrintToString(message);
-    EXPECT_EQ(HostLog::Count(3, L"Param: 2, Type: '" + std::wstring(type) + L"', Value: '" + value + L"'\n"), 1U);
+    SCOPED_TRACE(testing::PrintToString(value));
+    EXPECT_EQ(Run({{L"appCommandLine", L"before"}, {type.c_str(), value}}, flags), QUARRY_LAUNCH_REFUSED);
+    std::wstring text = message.first;
+    EXPECT_TRUE(Said(0, text.append(message == unknown ? type : value).append(message.second)));
+    text = L"Param: 2, Type: '";
+    EXPECT_TRUE(Said(3, text.append(type).append(L"', Value: '").append(value).append(L"'\n")));
   }
-  EXPECT_THAT(programs_.All(), IsEmpty());
+  EXPECT_THAT(programs_.Take(0), IsEmpty());
 }
 
-TEST_F(Launch, HandsOverTheCommandLine) {
-  EXPECT_EQ(Run({{L"appCommandLine", L"/first"}, {L"APPCOMMANDLINE", L"/last one"}}), QUARRY_LAUNCH_OK);
-  EXPECT_EQ(HostLog::Count(3, L"Launching application with custom command line '/last one'\n"), 1U);
-  EXPECT_EQ(Run(program_, 0, L"given", L"", {{L"appCommandLine", L"/more"}}), QUARRY_LAUNCH_OK);
-  EXPECT_EQ(Run(programs_.Folder() / L"gone.exe", 0, L"", L"", {{L"appCommandLine", L"/x"}}), QUARRY_LAUNCH_FAILED);
-  EXPECT_THAT(ArgumentsOf(2), ElementsAre(L"/last one", L"given /more"));
-}
-
-TEST_F(Launch, OpensLocalFilesAndUrlsAtOnceEachAsOneArgument) {
+TEST_F(Launch, OpensLocalFilesAndUrlsAtOnceEachAsTheOnlyArgument) {
   const std::wstring file = programs_.Folder().WriteText(L"my file.qtest", L"text");
-  EXPECT_EQ(Run({{L"file-path", file}, {L"url", L"qtest://host/a\" --evil \"b"}, {L"url", L"qtest://plain"}},
-                QUARRY_LAUNCH_ALLOW_LOCAL_FILES),
-            QUARRY_LAUNCH_OK);
-  EXPECT_THAT(ArgumentsOf(3),
+  const Parameters parameters = {{L"file-path", file},
+                                 {L"appCommandLine", L"/dropped"},
+                                 {L"url", L"qtest://host/a\" --evil \"b"},
+                                 {L"url", L"qtest://plain"}};
+  EXPECT_EQ(Run(program_, QUARRY_LAUNCH_ALLOW_LOCAL_FILES, L"dropped", L"", parameters), QUARRY_LAUNCH_OK);
+  EXPECT_THAT(programs_.Take(3),
               ElementsAre(L"\"" + file + L"\"", L"\"qtest://host/a\\\" --evil \\\"b\"", L"qtest://plain"));
   EXPECT_THAT(HostLog::Holding(L"Opening 2 file(s) took "), SizeIs(1));
-  EXPECT_THAT(HostLog::Holding(L"Opening 1 file(s) took "), SizeIs(1));
-  EXPECT_EQ(HostLog::Count(3,
-                           L"Failed to open 2 of 2 file(s) using the built-in Windows methods. Opening them manually "
-                           L"now.\n"),
-            1U);
+  EXPECT_TRUE(
+      Said(3, L"Failed to open 2 of 2 file(s) using the built-in Windows methods. Opening them manually now.\n"));
 }
 
-TEST_F(Launch, FailedManualStartsDoNotStopTheOthers) {
-  const std::wstring program = programs_.Program(L"vanishing.exe");
-  DeleteFileW(program.c_str());
-  EXPECT_EQ(Run(program, 0, L"", L"", {{L"url", L"qtest://a"}, {L"url", L"qtest://b"}}), QUARRY_LAUNCH_FAILED);
-  EXPECT_EQ(HostLog::Count(0, L"ShellExecuteEx failed, error = 2\n"), 2U);
-  EXPECT_EQ(Run(program, 0, L"", L"", {{L"url", L"qtest://a"}, {L"url", L"\\\\tsclient\\C\\never"}}),
-            QUARRY_LAUNCH_FILES_MISSING);
+TEST_F(Launch, GivesBatchFilesOnlyWhatTheirInterpreterTakesAsOneArgument) {
+  constexpr char kText[] = "@\"%~dp0echo.exe\" %*\r\n";
+  const auto write = [&](const wchar_t* name) {
+    return programs_.Folder().WriteBytes(name, {reinterpret_cast<const std::uint8_t*>(kText), sizeof(kText) - 1});
+  };
+  const Parameters urls = {{L"url", L"qtest://%USERNAME%"}, {L"url", L"qtest://a\"&b"}, {L"url", L"qtest://a\nb"},
+                           {L"url", L"qtest://a\rb"},       {L"url", L"qtest://a&b"},   {L"url", L"qtest://plain"}};
+  for (const std::wstring& path : {write(L"two.bat"), write(L"one.CMD"), WriteLink(L"Odd.lnk", write(L"one.CMD"))}) {
+    EXPECT_EQ(Run(path, 0, L"", L"", urls), QUARRY_LAUNCH_FAILED);
+    EXPECT_EQ(HostLog::Count(0, L"ShellExecuteEx failed, error = 160\n"), 4U);
+    const std::wstring given = path.ends_with(L"lnk") ? L"from-link \"qtest://" : L"\"qtest://";
+    EXPECT_THAT(programs_.Take(2), ElementsAre(given + L"a&b\"", given + L"plain\""));
+  }
 }
 
 TEST_F(Launch, WaitsForRedirectedFilesAndReportsThoseThatDoNotAppear) {
   const ClientDrive drive;
   drive.Write(L"there.qtest");
-  const ULONGLONG begin = GetTickCount64();
+  ULONGLONG appeared = 0;
   std::thread client([&] {
     Sleep(kTimeout / 2);
+    appeared = GetTickCount64();
     drive.Write(L"later one.qtest");
   });
-  const std::uint32_t result = Run({{L"file-path", L"\"\\\\TSClient\\C\\there.qtest\""},
-                                    {L"file-path", L"\\\\tsclient\\C\\later one.qtest"},
-                                    {L"url", L"\\\\tsclient\\C\\never.qtest"},
-                                    {L"file-path", L"\\\\tsclient\\C\\" + std::wstring(300, L'n')}});
-  const ULONGLONG took = GetTickCount64() - begin;
-  client.join();
-  EXPECT_EQ(result, QUARRY_LAUNCH_FILES_MISSING);
-  EXPECT_GE(took, kTimeout);
-  EXPECT_LE(took, kTimeout + kSlack + 1000);  // the starts themselves are within the time
-  EXPECT_THAT(ArgumentsOf(2), ElementsAre(L"\"\\\\tsclient\\C\\later one.qtest\"", L"\\\\TSClient\\C\\there.qtest"));
-  EXPECT_EQ(HostLog::Count(3,
-                           L"Sanitized share path '\"\\\\TSClient\\C\\there.qtest\"' -> "
-                           L"'\\\\TSClient\\C\\there.qtest'.\n"),
-            1U);
-  EXPECT_EQ(HostLog::Count(0, L"Timeout was reached and 2 file(s) couldn't be opened.\n"), 1U);
-  EXPECT_EQ(HostLog::Count(0, L"File '\\\\tsclient\\C\\never.qtest' doesn't exist\n"), 1U);
-}
-
-TEST_F(Launch, AnswersAtTheTimeoutAndSanitisesNames) {
-  const ULONGLONG begin = GetTickCount64();
-  EXPECT_EQ(Run({{L"file-path", L"\\\\tsclient\\C\\\x4e2d\\\xD800 x\\gone.txt"}, {L"url", L"\\\\TSCLIENT\\"}}),
+  EXPECT_EQ(Run({{L"file-path", L"\"\\\\TSClient\\C\\there.qtest\""},
+                 {L"file-path", L"\\\\tsclient\\C\\later one.qtest"},
+                 {L"url", L"file://tsclient/C/never.qtest"},
+                 {L"file-path", L"\\\\tsclient\\C\\" + std::wstring(300, L'n')}}),
             QUARRY_LAUNCH_FILES_MISSING);
-  const ULONGLONG took = GetTickCount64() - begin;
-  EXPECT_GE(took, kTimeout);
-  EXPECT_LE(took, kTimeout + kSlack);
-  EXPECT_THAT(HostLog::Holding(L"Sanitized share path '"), SizeIs(testing::Le(1U)));
-  EXPECT_THAT(HostLog::Holding(L"gone.txt' doesn't exist\n"), SizeIs(1));
-  EXPECT_EQ(HostLog::Count(0, L"File '\\\\TSCLIENT\\' doesn't exist\n"), 1U);
+  client.join();
+  EXPECT_LE(TimeOf(L"Failed to open 1 of 1 file(s)") - appeared, kSlack);
+  ExpectWaitedForTimeout();
+  EXPECT_THAT(programs_.Take(2), ElementsAre(L"\"\\\\tsclient\\C\\later one.qtest\"", L"\\\\TSClient\\C\\there.qtest"));
+  EXPECT_TRUE(Said(0, L"Timeout was reached and 2 file(s) couldn't be opened.\n"));
+  EXPECT_TRUE(Said(0, L"File '\\\\tsclient\\C\\never.qtest' doesn't exist\n"));
 }
 
-TEST_F(Launch, RefusesEveryItemWhenDrivesAreDisabled) {
-  const RegistryFixture policy(kTerminalServices);
-  policy.SetDword(L"", L"fDisableCdm", 1);
-  for (const wchar_t* item : {L"\\\\tsclient\\C\\x.txt", L"qtest://host"}) {
-    EXPECT_EQ(Run({{L"file-path", item}}), QUARRY_LAUNCH_DRIVES_DISABLED);
-    EXPECT_EQ(HostLog::Count(1, L"Client Drive Redirection is disabled by policy\n"), 1U);
+TEST_F(Launch, TakesManyOddAndLongItems) {
+  EXPECT_EQ(Run(Parameters(10'000, {L"file-path", L"\\\\tsclient\\C\\none.txt"})), QUARRY_LAUNCH_FILES_MISSING);
+  EXPECT_TRUE(Said(0, L"Timeout was reached and 10000 file(s) couldn't be opened.\n"));
+  ExpectWaitedForTimeout();
+
+  SetTimeout(0);
+  const std::wstring odd = L"\"\\\\tsclient\\C\\\x4e2d\\\xD800 x\\a\xFF3C..\\gone.txt\"";
+  const std::wstring carried = GetACP() == CP_UTF8 ? L"\\\\tsclient\\C\\\x4e2d\\\xFFFD x\\a\xFF3C..\\gone.txt"
+                                                   : L"\\\\tsclient\\C\\?\\? x\\a?..\\gone.txt";
+  const std::wstring endless(30'000, L'"');
+  const Parameters parameters = {
+      {L"file-path", odd}, {L"url", L"\\\\TSCLIENT\\"}, {L"url", L"\\\\tsclient\\" + endless}};
+  EXPECT_EQ(Run(parameters), QUARRY_LAUNCH_FILES_MISSING);
+  EXPECT_TRUE(Said(3, L"Sanitized share path '" + odd + L"' -> '" + carried + L"'.\n"));
+  for (const std::wstring& file : {carried, std::wstring(L"\\\\TSCLIENT\\"), L"\\\\tsclient\\" + endless}) {
+    EXPECT_TRUE(Said(0, L"File '" + file + L"' doesn't exist\n"));
   }
-  EXPECT_EQ(Run({{L"appCommandLine", L"/still"}}), QUARRY_LAUNCH_OK);
-  EXPECT_THAT(programs_.All(), SizeIs(1));
-}
-
-TEST_F(Launch, TakesManyAndLongItems) {
-  Parameters many(10'000, {L"file-path", L"\\\\tsclient\\C\\none.txt"});
-  EXPECT_EQ(Run(many), QUARRY_LAUNCH_FILES_MISSING);
-  EXPECT_EQ(HostLog::Count(0, L"Timeout was reached and 10000 file(s) couldn't be opened.\n"), 1U);
-  const std::wstring endless = L"\\\\tsclient\\C\\" + std::wstring(30'000, L'"');
-  EXPECT_EQ(Run({{L"file-path", endless}}), QUARRY_LAUNCH_FILES_MISSING);
-  EXPECT_THAT(programs_.All(), IsEmpty());
+  EXPECT_THAT(programs_.Take(0), IsEmpty());
   const std::wstring url = L"qtest://" + std::wstring(30'000, L'x');
   EXPECT_EQ(Run({{L"url", url}}), QUARRY_LAUNCH_OK);
-  EXPECT_THAT(ArgumentsOf(1), ElementsAre(url));
+  EXPECT_THAT(programs_.Take(1), ElementsAre(url));
 }
 
 TEST_F(Launch, KeepsHandlesOnlyOfTrackedProcesses) {
-  const auto start = [this](std::uint32_t flags) { EXPECT_EQ(Run(program_, flags), QUARRY_LAUNCH_OK); };
-  EXPECT_LE(GrowthOf([&] { start(0); }, 200).handles, 0);
-  programs_.All();
-  const std::ptrdiff_t tracked = GrowthOf([&] { start(QUARRY_LAUNCH_TRACK_PROCESSES); }, 20).handles;
-  EXPECT_EQ(tracked, 20);
+  const auto startBoth = [this] {
+    EXPECT_EQ(Run(program_), QUARRY_LAUNCH_OK);
+    EXPECT_EQ(Run(program_, QUARRY_LAUNCH_TRACK_PROCESSES), QUARRY_LAUNCH_OK);
+  };
+  EXPECT_EQ(GrowthOf(startBoth, 200).handles, 200);
   const ResourceCounts before = ResourceCounts::Now();
-  host_->Exit();
-  EXPECT_LE((ResourceCounts::Now() - before).handles, -22);
-  programs_.All();
+  host_.Exit();
+  EXPECT_LE((ResourceCounts::Now() - before).handles, -202);
+  programs_.Take(404);
+}
+
+TEST_F(Launch, IsWhatTheToolDoesAndSays) {
+  const std::wstring file = programs_.Folder().WriteText(L"a.qtest", L"text");
+  const std::string done = ": started, or a running instance was brought forward\n";
+  using Items = std::vector<std::wstring>;
+  const struct {
+    Items options;
+    std::uint32_t code;
+    std::string out;
+    std::string err;
+    Items started;
+  } runs[] = {
+      {{program_, L"--args", L"one two", L"--cwd", programs_.Folder().Path()}, 0, done, "", {L"one two"}},
+      {{program_, L"--args=--quiet", L"--command-line=-x"}, 0, done, "", {L"--quiet -x"}},
+      {{program_, L"--command-line", L"", L"--maximize", L"-vvv"}, 0, done, "Launch maximized: true\n", {L""}},
+      {{program_, L"--url", L"qtest://a", L"--url", L"qtest://b"}, 0, done, "", {L"qtest://a", L"qtest://b"}},
+      {{program_, L"--allow-local", L"--file", file}, 0, done, "", {file}},
+      {{program_, L"--reuse", L"--track", L"-vvv"}, 0, done, "Proceeding to launch\n", {L""}},
+      {{programs_.Folder() / L"gone.exe"}, 1, ": the shell could not start it\n", "error = 2\n", {}},
+      {{program_, L"--file", L"\\\\tsclient\\x"}, 2, ": some redirected files did not appear in time\n", "'", {}},
+      {{program_, L"--file", file}, 3, ": refused: bad request, or not allowed by policy\n", "administrator", {}},
+      {{program_, L"--command-line", L"a", L"--command-line", L"b"}, 2, "", "--command-line", {}},
+  };
+  const auto run = [](Items options) {
+    options.insert(options.begin(), L"launch");
+    return RunProgram((BinFolder() / L"quarryctl.exe").wstring(), options).value_or(ProcessOutput{});
+  };
+  for (const auto& [options, code, out, err, started] : runs) {
+    const ProcessOutput output = run(options);
+    EXPECT_EQ(output.exitCode, code);
+    EXPECT_THAT(output.out, EndsWith(out));
+    EXPECT_THAT(output.err, HasSubstr(err));
+    EXPECT_EQ(programs_.Take(started.size()), started);
+  }
+  const RegistryFixture policy(kTerminalServices);
+  policy.SetDword(L"", L"fDisableCdm", 1);
+  for (const wchar_t* option : {L"--file=\\\\tsclient\\C\\x", L"--url=qtest://a"}) {
+    const ProcessOutput output = run({program_, option, L"-v"});
+    EXPECT_EQ(output.exitCode, 4U);
+    EXPECT_THAT(output.out, EndsWith(": refused: client drive redirection is disabled by policy\n"));
+    EXPECT_THAT(output.err, EndsWith("warning: Client Drive Redirection is disabled by policy\n"));
+  }
+  EXPECT_EQ(run({program_, L"--command-line=/x"}).exitCode, 0U);
+  EXPECT_EQ(programs_.Take(1), Items{L"/x"});
+}
+
+constexpr wchar_t kTitle[] = L"Quarry launch test window";
+const std::wstring kArguments = std::wstring(L"--window ") + kTitle;
+
+bool Eventually(const std::function<bool()>& holds) {
+  const ULONGLONG begin = GetTickCount64();
+  while (!holds() && GetTickCount64() - begin < kLongestWait) Sleep(10);
+  return holds();
+}
+
+/// Instances of the fixture program that show a window until the test ends.
+class LaunchReuse : public Launch {
+ protected:
+  void TearDown() override {
+    Launch::TearDown();
+    EXPECT_TRUE(Eventually([] {
+      HWND window = FindWindowW(nullptr, kTitle);
+      return window == nullptr || PostMessageW(window, WM_CLOSE, 0, 0) == FALSE;
+    }));
+  }
+
+  /// Starts an instance through the library and returns its window.
+  HWND ShowInstance(const std::wstring& path, std::uint32_t flags) const {
+    EXPECT_EQ(Run(path, flags, kArguments), QUARRY_LAUNCH_OK);
+    EXPECT_THAT(programs_.Take(1), SizeIs(1));
+    EXPECT_TRUE(Eventually([] { return FindWindowW(nullptr, kTitle) != nullptr; }));
+    return FindWindowW(nullptr, kTitle);
+  }
+  bool SaidAlreadyRunning() const {
+    return Said(2, L"Application " + program_ + L" already running; launch not attempted\n");
+  }
+};
+
+TEST_F(LaunchReuse, StartsWhatIsNotRunningAndBringsForwardWhatIs) {
+  EXPECT_EQ(Run(program_, QUARRY_LAUNCH_REUSE_RUNNING, L"first"), QUARRY_LAUNCH_OK);
+  EXPECT_TRUE(Said(3, L"Enumerating windows for " + program_ + L" before launching\n"));
+  EXPECT_TRUE(Said(3, L"Finished pre-launch window enumeration for " + program_ + L"\n"));
+  EXPECT_TRUE(Said(3, L"Application " + program_ + L" is not already running. Proceeding to launch\n"));
+  EXPECT_THAT(programs_.Take(1), SizeIs(1));
+
+  HWND window = ShowInstance(program_, 0);
+  EXPECT_EQ(Run(program_, QUARRY_LAUNCH_REUSE_RUNNING), QUARRY_LAUNCH_OK);
+  EXPECT_TRUE(SaidAlreadyRunning());
+  EXPECT_TRUE(Eventually([window] { return GetForegroundWindow() == window; }));
+  EXPECT_THAT(programs_.Take(0), IsEmpty());
+
+  EXPECT_EQ(Run({{L"appCommandLine", L"/x"}}, QUARRY_LAUNCH_REUSE_RUNNING), QUARRY_LAUNCH_OK);
+  EXPECT_EQ(Run(L"%windir%\\system32\\cmd.exe", QUARRY_LAUNCH_REUSE_RUNNING, L"/c exit"), QUARRY_LAUNCH_OK);
+  EXPECT_TRUE(Said(3, L"Command prompt always launches a new window.\n"));
+  EXPECT_THAT(HostLog::Holding(L"Enumerating windows for"), IsEmpty());
+  EXPECT_THAT(programs_.Take(1), SizeIs(1));
+}
+
+TEST_F(LaunchReuse, MaximisesOrRestoresTheWindowBroughtForward) {
+  HWND window = ShowInstance(program_, 0);
+  ShowWindow(window, SW_MINIMIZE);
+  ASSERT_TRUE(Eventually([window] { return IsIconic(window) != FALSE; }));
+  EXPECT_EQ(Run(program_, QUARRY_LAUNCH_REUSE_RUNNING), QUARRY_LAUNCH_OK);
+  EXPECT_TRUE(Said(3, L"Restore app main window\n"));
+  EXPECT_TRUE(Eventually([window] { return IsIconic(window) == FALSE; }));
+  EXPECT_EQ(Run(program_, QUARRY_LAUNCH_REUSE_RUNNING | QUARRY_LAUNCH_MAXIMIZE), QUARRY_LAUNCH_OK);
+  EXPECT_TRUE(Said(3, L"Maximizing app main window\n"));
+  EXPECT_TRUE(Eventually([window] { return IsZoomed(window) != FALSE; }));
+  EXPECT_EQ(Run(program_, QUARRY_LAUNCH_REUSE_RUNNING), QUARRY_LAUNCH_OK);
+  EXPECT_NE(IsZoomed(window), FALSE);  // a window that is open stays as it is
+
+  SetWindowLongW(window, GWL_STYLE, GetWindowLongW(window, GWL_STYLE) & ~WS_MAXIMIZEBOX);
+  EXPECT_EQ(Run(program_, QUARRY_LAUNCH_REUSE_RUNNING | QUARRY_LAUNCH_MAXIMIZE), QUARRY_LAUNCH_OK);
+  EXPECT_TRUE(Said(3, L"Restore app main window\n"));
+}
+
+TEST_F(LaunchReuse, ComparesTrackedProcessesByTargetAndArguments) {
+  constexpr std::uint32_t kBoth = QUARRY_LAUNCH_REUSE_RUNNING | QUARRY_LAUNCH_TRACK_PROCESSES;
+  const std::wstring link = WriteLink(L"Echo.lnk", program_);
+  const auto starts = [&](const std::wstring& arguments) {
+    EXPECT_EQ(Run(program_, kBoth, arguments), QUARRY_LAUNCH_OK);
+    const bool started = !SaidAlreadyRunning();
+    EXPECT_THAT(programs_.Take(started ? 1 : 0), SizeIs(started ? 1 : 0));
+    return started;
+  };
+  ShowInstance(program_, 0);
+  EXPECT_TRUE(starts(L"one"));  // a window, but no process that is tracked
+  EXPECT_TRUE(starts(L"two"));  // the tracked one has ended
+  ShowInstance(link, kBoth);
+  EXPECT_TRUE(starts(kArguments));  // the same once more is a second instance
+  EXPECT_FALSE(starts(L"other"));
 }
 
 }  // namespace

@@ -1,10 +1,12 @@
 #include "lib/appUtil/openItems.h"
 
 #include "lib/misc/logEntry.h"
+#include "lib/unicode/unicode.h"
 
-#include "tests/support/assocHandlers.h"
 #include "tests/support/registryFixture.h"
 #include "tests/support/startedPrograms.h"
+#include "tests/unit/allocationLimit.h"
+#include "tests/unit/assocHandlers.h"
 
 #include <gmock/gmock.h>
 
@@ -12,7 +14,6 @@
 
 #include <objbase.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -20,134 +21,141 @@ namespace {
 
 using namespace quarry::test;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 using Items = std::vector<std::wstring>;
 
-std::vector<std::string> g_messages;
+std::string g_messages;
 
-void Record(const char* message) { g_messages.emplace_back(message); }
+void Replace(std::string& text, const std::wstring& wide, const std::string& by) {
+  const std::string part = Unicode_Utf8FromWide(wide);
+  for (std::size_t at = 0; (at = text.find(part)) != std::string::npos;) text.replace(at, part.size(), by);
+}
 
-/// The fixture program as the handler of files (prog ID QuarryTest.Document) and of a protocol (QuarryTest.Protocol).
+/// The fixture program as the application; its prog IDs start it with "--by-class".
 class OpenItems : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)));
-    g_messages.clear();
-    LogEntry_SetSink(Record);
-    for (const RegistryFixture* progId : {&document_, &protocol_, &powerPoint_}) {
+    LogEntry_SetSink([](const char* message) { g_messages += message; });
+    for (const RegistryFixture* progId : {&document_, &powerPoint_}) {
       progId->SetString(L"", L"", L"Test type");
       progId->SetString(L"shell\\open\\command", L"", L"\"" + program_ + L"\" --by-class \"%1\"");
     }
   }
   void TearDown() override {
-    EXPECT_EQ(AssocHandlers::LiveObjects(), 0);
+    EXPECT_EQ(g_lentReferences, 0);
     LogEntry_SetSink(nullptr);
     CoUninitialize();
   }
 
-  Items Open(const Items& items, OpenItemKind kind = OpenItemKind::File) const {
-    return AppUtil_OpenItems(items, kind, program_);
-  }
-  std::wstring File(const wchar_t* name) const { return programs_.Folder().WriteText(name, L"text"); }
-  Items StartedWith(std::size_t count) const {
-    Items arguments;
-    for (const Start& start : programs_.Wait(count)) arguments.push_back(start.arguments);
-    std::sort(arguments.begin(), arguments.end());
-    return arguments;
-  }
-  static std::string Messages() {
-    std::string all;
-    for (const std::string& message : g_messages) all += message;
-    return all;
+  Items Open(const Items& items) const {
+    g_messages.clear();
+    const bool isUrl = items[0].find(L"://") != std::wstring::npos;
+    return AppUtil_OpenItems(items, isUrl ? OpenItemKind::Url : OpenItemKind::File, program_);
   }
 
   StartedPrograms programs_;
   std::wstring program_ = programs_.Program();
-  RegistryFixture document_{L"Software\\Classes\\QuarryTest.Document"};
-  RegistryFixture protocol_{L"Software\\Classes\\QuarryTest.Protocol"};
-  RegistryFixture powerPoint_{L"Software\\Classes\\QuarryTest.PowerPoint.1"};
+  RegistryFixture document_{L"Software\\Classes\\Test.Document"};
+  RegistryFixture powerPoint_{L"Software\\Classes\\Test.PowerPoint.1"};
 };
 
 TEST_F(OpenItems, GroupsByLowerCasedKeyAndGivesUpItemsWithoutOne) {
   const AssocHandlers none({}, E_FAIL);
   EXPECT_THAT(Open({L"C:\\b.txt", L"readme", L"C:\\a.TXT", L"C:\\d.dir\\e", L"C:\\x.Doc"}),
               ElementsAre(L"readme", L"C:\\d.dir\\e", L"C:\\x.Doc", L"C:\\b.txt", L"C:\\a.TXT"));
-  EXPECT_THAT(AssocHandlers::Keys(), ElementsAre(L".doc", L".txt"));
-  EXPECT_THAT(g_messages, ElementsAre("AppUtil_OpenItems: Failed to query handlers for file extension '.doc' with "
-                                      "error 0x80004005.\n",
-                                      "AppUtil_OpenItems: Failed to query handlers for file extension '.txt' with "
-                                      "error 0x80004005.\n"));
+  EXPECT_EQ(g_messages,
+            "AppUtil_OpenItems: Failed to query handlers for file extension '.doc' with error 0x80004005.\n"
+            "AppUtil_OpenItems: Failed to query handlers for file extension '.txt' with error 0x80004005.\n");
+  // A URL without a protocol ends everything behind it.
+  EXPECT_THAT(Open({L"http://a", L"nocolon", L"://fault"}), ElementsAre(L"nocolon"));
+  EXPECT_EQ(g_messages, "VERIFY lib/appUtil/appUtilFileTypesWin32:2288\n");
+  EXPECT_THAT(none.Keys(), ElementsAre(L".doc", L".txt"));
 }
 
-TEST_F(OpenItems, EmptyKeyEndsEverythingBehindIt) {
-  const AssocHandlers none({});
-  EXPECT_THAT(Open({L"http://a", L"nocolon", L"://fault"}, OpenItemKind::Url), ElementsAre(L"nocolon"));
-  EXPECT_THAT(g_messages, ElementsAre("VERIFY lib/appUtil/appUtilFileTypesWin32:2288\n"));
-  EXPECT_THAT(AssocHandlers::Keys(), IsEmpty());
-}
-
-TEST_F(OpenItems, PassesOverHandlersThatAreNotTheApplication) {
-  SetEnvironmentVariableW(L"QuarryTestFolder", programs_.Folder().Path().c_str());
-  std::wstring upper = L"%QuarryTestFolder%\\ECHO.EXE";
-  const std::wstring endless(300, L'n');
-  const AssocHandlers handlers({{L"", L"", E_ACCESSDENIED},
-                                {endless, L"X"},
-                                {L"C:\\other.exe", L"Other.Document"},
-                                {upper, L"QuarryTest.Document"},
-                                {program_, L"Never.Reached"}});
-  const std::wstring first = File(L"a b.qtest");
-  const std::wstring second = File(L"c.QTEST");
-  EXPECT_THAT(Open({first, second}), IsEmpty());
-  EXPECT_THAT(StartedWith(2), ElementsAre(L"--by-class \"" + first + L"\"", L"--by-class \"" + second + L"\""));
-  EXPECT_THAT(Messages(), HasSubstr("Failed to retrieve the name of a handler for file extension '.qtest' with error "
-                                    "0x80070005.\n"));
-  EXPECT_THAT(Messages(), HasSubstr("of file extension with error 0x8007007a.\n"));
-  EXPECT_THAT(Messages(), HasSubstr("has prog ID 'QuarryTest.Document'.\n"));
-  EXPECT_THAT(Messages(), HasSubstr("Successfully invoked handler"));
-  SetEnvironmentVariableW(L"QuarryTestFolder", nullptr);
-}
-
-TEST_F(OpenItems, GivesBackWhatNoHandlerOfTheApplicationOpens) {
-  const std::wstring file = File(L"a.qtest");
-  const std::vector<AssocHandler> useless[] = {
-      {},
-      {{L"C:\\other.exe", L"QuarryTest.Document"}},
-      {{program_, L""}},
-      {{program_, L"QuarryTest.Document", S_OK, false}},
-      {{program_, L"QuarryTest.Document", S_OK, true, E_FAIL}},
-      {{program_, L"QuarryTest.NotRegistered"}},
-  };
-  for (const auto& handlers : useless) {
-    const AssocHandlers shell(handlers);
-    EXPECT_THAT(Open({file}), ElementsAre(file));
-  }
-  EXPECT_THAT(Messages(), HasSubstr("not open the 1 file(s) with that extension properly.\n"));
-  EXPECT_THAT(Messages(), HasSubstr("Failed to invoke handler"));
-  EXPECT_THAT(programs_.All(), IsEmpty());
-}
-
-TEST_F(OpenItems, StartsPowerPointWithTheQuotedFileInstead) {
-  const AssocHandlers shell({{program_, L"QuarryTest.PowerPoint.1"}});
-  const std::wstring file = File(L"slides one.qtest");
-  EXPECT_THAT(Open({file}), IsEmpty());
-  EXPECT_THAT(StartedWith(1), ElementsAre(L"\"" + file + L"\""));
-  EXPECT_THAT(Messages(), HasSubstr("instead of prog ID.\n"));
-}
-
-TEST_F(OpenItems, OpensUrlsThroughTheClassKeyElseByClassName) {
+TEST_F(OpenItems, TakesTheFirstHandlerThatIsTheApplication) {
+  const std::wstring file = programs_.Folder().WriteText(L"a.qtest", L"text");
+  const std::wstring endless(300, L'\x6f22');
+  const HandlerAnswers others[] = {{L"", L"", E_ACCESSDENIED}, {endless, L"X"}, {L"C:\\other.exe", L"Test.Document"}};
+  const std::string passedOver =
+      "AppUtil_OpenItems: Failed to retrieve the name of a handler for file extension '.qtest' with error "
+      "0x80070005.\nAppUtil_OpenItems: Failed to expand handler path '" +
+      Unicode_Utf8FromWide(endless) + "' of file extension with error 0x8007007a.\n";
   {
-    const AssocHandlers shell({{program_, L"QuarryTest.Protocol"}});
-    EXPECT_THAT(Open({L"QTest://host/a?b=c"}, OpenItemKind::Url), IsEmpty());
-    EXPECT_THAT(AssocHandlers::Keys(), ElementsAre(L"qtest"));
-    EXPECT_THAT(StartedWith(1), ElementsAre(L"--by-class \"QTest://host/a?b=c\""));
+    const AssocHandlers none({others[0], others[1], others[2]});
+    EXPECT_THAT(Open({file}), ElementsAre(file));
+    EXPECT_EQ(g_messages, passedOver +
+                              "AppUtil_OpenItems: Failed to locate a handler for file extension '.qtest' using "
+                              "application '" +
+                              Unicode_Utf8FromWide(program_) +
+                              "'. This is unexpected and means that we may not open the 1 file(s) with that extension "
+                              "properly.\n");
   }
-  const AssocHandlers shell({{program_, L"QuarryTest.Gone"}});
-  EXPECT_THAT(Open({L"qtest://x"}, OpenItemKind::Url), ElementsAre(L"qtest://x"));
-  EXPECT_THAT(Messages(),
-              HasSubstr("Failed to open HKEY_CLASSES_ROOT\\QuarryTest.Gone key. Falling back to opening URI "
-                        "using class name.\n"));
+  for (const HandlerAnswers& useless : {HandlerAnswers{program_, L""},
+                                        {program_, L"Test.Document", S_OK, false},
+                                        {program_, L"Test.Document", S_OK, true, E_FAIL}}) {
+    const AssocHandlers shell({useless});
+    EXPECT_THAT(Open({file}), ElementsAre(file));
+    EXPECT_EQ(g_messages, "");
+  }
+  EXPECT_THAT(programs_.Take(0), IsEmpty());
+  SetEnvironmentVariableW(L"TestFolder", programs_.Folder().Path().c_str());
+  const AssocHandlers shell(
+      {others[0], others[1], others[2], {L"%TestFolder%\\ECHO.EXE", L"Test.Document"}, {program_, L""}});
+  EXPECT_THAT(Open({file}), IsEmpty());
+  SetEnvironmentVariableW(L"TestFolder", nullptr);
+  EXPECT_THAT(g_messages, StartsWith(passedOver + "AppUtil_OpenItems: Handler '%TestFolder%\\ECHO.EXE' has prog ID "));
+  EXPECT_THAT(programs_.Take(1), ElementsAre(L"--by-class \"" + file + L"\""));
+}
+
+TEST_F(OpenItems, OpensByClassButPresentationsByCommandLine) {
+  const std::wstring file = programs_.Folder().WriteText(L"a \x6f22.QTest", L"text");
+  const std::string opened =
+      "F: Successfully invoked handler 'APP' directly using prog ID 'PROG' for file or url 'ITEM'.\n";
+  const std::string failed = "F: Failed to invoke handler 'APP' with prog ID 'PROG' for file or url 'ITEM' with error ";
+  const std::string commandLine = "F: Using command-line '\"ITEM\"' instead of prog ID.\n";
+  const std::string fallback =
+      "F: Failed to open HKEY_CLASSES_ROOT\\PROG key. Falling back to opening URI using class name.\n";
+  const struct {
+    std::wstring progId;
+    std::wstring item;
+    const wchar_t* startedWith;  // before the item, null when it is given back
+    std::string messages;
+  } cases[] = {
+      {L"Test.Document", file, L"--by-class ", opened},
+      {L"Test.Powerpoint", file, nullptr, failed},  // the letter case counts
+      {L"Test.PowerPoint.1", file, L"", commandLine + opened},
+      {L"Test.PowerPoint.1", L"QTest://host/a?b=c", L"--by-class ", opened},
+      {L"Test.Gone", L"qtest://a", nullptr, fallback + failed},
+      {L"PowerPoint", L"qtest://a", L"", fallback + commandLine + opened},
+      {L"PowerPoint", L"qtest://a\" --evil \"b", nullptr, fallback + commandLine + failed + "160.\n"},
+  };
+  for (const auto& [progId, item, startedWith, messages] : cases) {
+    const AssocHandlers shell({{program_, progId}});
+    const bool isOpened = startedWith != nullptr;
+    EXPECT_EQ(Open({item}), isOpened ? Items() : Items{item});
+    EXPECT_THAT(shell.Keys(), ElementsAre(testing::AnyOf(L"qtest", L".qtest")));
+    Replace(g_messages, item, "ITEM");
+    Replace(g_messages, progId, "PROG");
+    Replace(g_messages, program_, "APP");
+    Replace(g_messages, L"AppUtil_OpenItems", "F");
+    EXPECT_THAT(g_messages, StartsWith("F: Handler 'APP' has prog ID 'PROG'.\n" + messages));
+    EXPECT_EQ(programs_.Take(isOpened ? 1 : 0), isOpened ? Items{startedWith + (L"\"" + item + L"\"")} : Items());
+  }
+}
+
+TEST_F(OpenItems, GivesBackWhatMemoryDoesNotSufficeFor) {
+  const AssocHandlers shell({});
+  const Items items = {L"b.doc", L"a.txt"};
+  Items unopened;
+  {
+    const AllocationLimit limit(200);  // the items, but not a message about them
+    unopened = Open(items);
+  }
+  EXPECT_EQ(unopened, items);
+  EXPECT_THAT(g_messages, StartsWith("MEM_ALLOC lib/appUtil/appUtilFileTypesWin32:"));
 }
 
 }  // namespace
