@@ -17,8 +17,6 @@ namespace quarry {
 /// What the library does, behind its exports. It keeps no list of applications: every query names one by its path.
 class Quarry {
  public:
-  virtual ~Quarry() = default;
-
   /// Scans with the configured filters. False when the scan was given up; see DirectoryScanner.
   virtual bool ScanDefault(ApplicationList& results) = 0;
   virtual bool ScanWithFilter(const ScanFilter& filter, ApplicationList& results) = 0;
@@ -41,6 +39,8 @@ class Quarry {
   virtual std::uint32_t LaunchApplication(const std::wstring& path, std::uint32_t flags, const std::wstring& arguments,
                                           const std::wstring& workingDirectory, std::int32_t parameterCount,
                                           const QuarryLaunchParameter* parameters) = 0;
+  // Last, because the place of a virtual function is part of the interface.
+  virtual ~Quarry() = default;
 };
 
 /// Makes the facade and stores the log callback for good. Throws when memory runs out.
