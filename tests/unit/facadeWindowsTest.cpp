@@ -29,8 +29,9 @@ TEST(QuarryImpl, ListsTheWindowsOfOneApplication) {
   const UniqueKernelHandle event(OpenEventW(EVENT_ALL_ACCESS, FALSE, L"Local\\SeamlyTrayIconsActiveEvent"));
   ASSERT_TRUE(SetEvent(event.get()));
 
-  // Letters from A to Z are the same in either case; that of the extension decides on the kind of application.
-  CharUpperBuffW(program.data(), static_cast<DWORD>(program.size() - 4));
+  std::transform(program.begin(), program.end() - 4, program.begin(), [](wchar_t character) {  // not of ".exe"
+    return character >= L'a' && character <= L'z' ? static_cast<wchar_t>(character - L'a' + L'A') : character;
+  });
   HostLog::Clear();
   const WindowList windows = quarry.GetWindowsOf(*AbstractApp::NewAppFromPath(nullptr, program));
   ASSERT_EQ(windows.size(), 2u) << "no dummy window, although the event is set";

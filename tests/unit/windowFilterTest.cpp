@@ -294,7 +294,7 @@ TEST_F(WindowFilter, ReadsAProgramsVersionUpToTheFirstFailure) {
   VersionResource noTranslations = version_;
   noTranslations.hasTranslations = false;
   std::string longest;  // whole characters of three bytes, below 780
-  for (int count = 0; count < 259; ++count) longest += "\xE5\xAD\x97";
+  while (longest.size() < 777) longest += "\xE5\xAD\x97";
   struct Case {
     VersionResource version;
     std::string data;
@@ -323,7 +323,7 @@ TEST_F(WindowFilter, ReadsAProgramsVersionUpToTheFirstFailure) {
     EXPECT_EQ(Count(message), one.missing.empty() ? 0 : 1) << one.missing;
     EXPECT_EQ(messages.size(), one.missing.empty() ? 0u : 1u) << "the file is read once";
   }
-  const WindowMaker plain({{L"Window"}});
+  const WindowMaker plain({{L"Window"}});  // of a program without a version
   EXPECT_TRUE(SeamlyFilterGetData(plain.Windows()[0]));
   EXPECT_EQ(Count("SeamlyFilterGetData: unable to get version info size of window 0x"), 1);
 }
@@ -334,16 +334,13 @@ TEST_F(WindowFilter, KeepsAnswersInABoundedCache) {
   SeamlyFilterAddToCache(handle(1), {false, 0, -1});
   EXPECT_EQ(Count("SeamlyFilterAddToCache: '2' already present in hashtable.\n"), 1);
   for (std::size_t number = 2; number <= 2 * kMaxCachedWindows; ++number) {
-    SeamlyFilterAddToCache(handle(number), {true, 1, static_cast<int>(number)});
+    SeamlyFilterAddToCache(handle(number), {true, 1, 0});
     const auto first = SeamlyFilterFindInCache(handle(1));
     // The first full cache holds only answers that were used, and is emptied.
     ASSERT_EQ(first.has_value(), number <= kMaxCachedWindows) << number;
     ASSERT_EQ(first.value_or(SeamlyFilterMatch{}).windowType, first ? 4 : -1);
   }
-  for (std::size_t number = kMaxCachedWindows + 1; number <= 2 * kMaxCachedWindows; ++number) {
-    const auto answer = SeamlyFilterFindInCache(handle(number));
-    ASSERT_EQ(answer.value_or(SeamlyFilterMatch{}).windowType, static_cast<int>(number));
-  }
+  EXPECT_EQ(SeamlyFilterFindInCache(handle(kMaxCachedWindows + 1)).value_or(SeamlyFilterMatch{}).action, 1);
   Forget();
   EXPECT_FALSE(SeamlyFilterFindInCache(handle(2 * kMaxCachedWindows)));
 }
