@@ -45,16 +45,6 @@ class HashTable {
     return node == nullptr ? nullptr : &node->value;
   }
 
-  /// Whether the key was present.
-  bool Remove(const Key& key) noexcept {
-    if (buckets_ == nullptr) return false;
-    Link* link = &buckets_[BucketOf(key)];
-    while (*link != nullptr && !((*link)->key == key)) link = &(*link)->next;
-    if (*link == nullptr) return false;
-    Unlink(*link);
-    return true;
-  }
-
   /// Calls `visit(key, value)` for each entry, in no order, and removes those for which it answers true.
   template <typename Visit>
   void RemoveIf(const Visit& visit) {
@@ -68,15 +58,6 @@ class HashTable {
         }
       }
     }
-  }
-
-  /// Calls `visit(key, value)` for each entry, in no order.
-  template <typename Visit>
-  void Walk(const Visit& visit) {
-    RemoveIf([&visit](const Key& key, Value& value) {
-      visit(key, value);
-      return false;
-    });
   }
 
   /// Removes all entries and gives the memory back.

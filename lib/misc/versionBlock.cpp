@@ -57,14 +57,19 @@ std::optional<std::wstring> VersionBlock::FirstLanguageCodePage() const {
   return Str_FormatWide(L"%04x%04x", first.language, first.codePage);
 }
 
-std::wstring QueryVersionString(const VersionBlock& block, const std::wstring& languageCodePage,
-                                const std::wstring& key) {
+std::optional<std::wstring> FindVersionString(const VersionBlock& block, const std::wstring& languageCodePage,
+                                              const std::wstring& key) {
   std::uint32_t length = 0;
   const void* const text = block.Find(L"\\StringFileInfo\\" + languageCodePage + L"\\" + key, length);
-  if (text == nullptr) return {};
+  if (text == nullptr) return std::nullopt;
   const std::size_t limit = std::min<std::size_t>(length, block.BytesFrom(text) / sizeof(wchar_t));
   std::wstring value(limit, L'\0');
   std::memcpy(value.data(), text, limit * sizeof(wchar_t));
   value.resize(wcsnlen(value.c_str(), limit));
   return value;
+}
+
+std::wstring QueryVersionString(const VersionBlock& block, const std::wstring& languageCodePage,
+                                const std::wstring& key) {
+  return FindVersionString(block, languageCodePage, key).value_or(std::wstring());
 }

@@ -33,6 +33,9 @@ class VersionBlock {
   UniqueVirtual<std::uint8_t> bytes_;
 };
 
-/// The text of one string of the table `languageCodePage` (such as "040904e4"), empty when it is missing.
+/// The text of one string of the table `languageCodePage` (such as "040904e4"), nothing when it is missing.
+std::optional<std::wstring> FindVersionString(const VersionBlock& block, const std::wstring& languageCodePage,
+                                              const std::wstring& key);
+/// The same, empty when it is missing.
 std::wstring QueryVersionString(const VersionBlock& block, const std::wstring& languageCodePage,
                                 const std::wstring& key);

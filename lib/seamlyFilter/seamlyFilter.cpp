@@ -60,7 +60,9 @@ SeamlyFilterMatch Ask(const SeamlyFilterData& data) {
   SeamlyFilterMatch match{false, kRuleActionBlock, kWindowTypeNone};
   for (int index = 0; index <= rules.last; ++index) {
     const RuleSet& set = rules.sets[static_cast<std::size_t>(index)];
-    match.matched = std::all_of(set.begin(), set.end(), [&](const RuleItem& item) { return Holds(item, data, match); });
+    if (set.written > kMaxRuleItems) continue;
+    match.matched =
+        std::all_of(set.items.begin(), set.items.end(), [&](const RuleItem& item) { return Holds(item, data, match); });
     if (match.matched) return match;
   }
   return {};
@@ -87,7 +89,8 @@ SeamlyFilterMatch SeamlyFilter_FindMatchingRule(HWND window) {
 void SeamlyFilter_Close() {
   LogEntry("%s: Cleaning up filter rules tables\n", __func__);
   RuleTable& rules = SeamlyFilterRules();
-  for (RuleSet& set : rules.sets) set.clear();
+  for (RuleSet& set : rules.sets) set = {};
   rules.last = -1;
   SeamlyFilterPurgeCache();
+  SeamlyFilterForgetPrograms();
 }

@@ -10,12 +10,14 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <map>
 #include <vector>
 
 namespace {
 
 constexpr char kGetData[] = "SeamlyFilterGetData";
 constexpr std::size_t kMaxText = 780;  // bytes, terminator included
+constexpr std::size_t kMaxKnownPrograms = 256;
 
 /// Cut between two characters.
 std::string BoundedUtf8(const std::wstring& text) {
@@ -57,30 +59,60 @@ bool ReadNumbers(const VersionBlock& block, SeamlyFilterData& data) {
   return true;
 }
 
-void ReadNames(const VersionBlock& block, HWND window, SeamlyFilterData& data) {
-  const std::optional<std::wstring> languageCodePage = block.FirstLanguageCodePage();
-  if (!languageCodePage) {
-    LogEntry("%s: unable to get process translation data of window 0x%p (err=%u).\n", kGetData, window, GetLastError());
-    return;
-  }
-  data.company = BoundedUtf8(QueryVersionString(block, *languageCodePage, L"CompanyName"));
-  if (data.company.empty()) {
-    LogEntry("%s: unable to get company name of window 0x%p (err=%u).\n", kGetData, window, GetLastError());
-  }
-  data.product = BoundedUtf8(QueryVersionString(block, *languageCodePage, L"ProductName"));
-  if (data.product.empty()) {
-    LogEntry("%s: unable to get product name of window 0x%p (err=%u).\n", kGetData, window, GetLastError());
-  }
-}
-
-void ReadVersion(const wchar_t* path, HWND window, SeamlyFilterData& data) {
-  const std::vector<std::uint8_t> resource = ReadVersionResource(path, window);
-  if (resource.empty()) return;
+/// Everything but the class name. What comes behind the first failure stays empty.
+SeamlyFilterData ReadProgramData(const std::wstring& path, HWND window) {
+  SeamlyFilterData data;
+  const std::vector<std::uint8_t> resource = ReadVersionResource(path.c_str(), window);
+  if (resource.empty()) return data;
   const VersionBlock block(resource);
   if (!ReadNumbers(block, data)) {
     LogEntry("%s: unable to get version info of window 0x%p (err=%u).\n", kGetData, window, GetLastError());
+    return data;
   }
-  ReadNames(block, window, data);
+  const std::optional<std::wstring> languageCodePage = block.FirstLanguageCodePage();
+  if (!languageCodePage) {
+    LogEntry("%s: unable to get process translation data of window 0x%p (err=%u).\n", kGetData, window, GetLastError());
+    return data;
+  }
+  const std::optional<std::wstring> company = FindVersionString(block, *languageCodePage, L"CompanyName");
+  if (!company) {
+    LogEntry("%s: unable to get company name of window 0x%p (err=%u).\n", kGetData, window, GetLastError());
+    return data;
+  }
+  data.company = BoundedUtf8(*company);
+  const std::optional<std::wstring> product = FindVersionString(block, *languageCodePage, L"ProductName");
+  if (!product) {
+    LogEntry("%s: unable to get product name of window 0x%p (err=%u).\n", kGetData, window, GetLastError());
+    return data;
+  }
+  data.product = BoundedUtf8(*product);
+  return data;
+}
+
+/// The version data of a program's file as it was when the file was last written.
+struct KnownProgram {
+  FILETIME lastWrite;
+  SeamlyFilterData data;
+};
+
+std::map<std::wstring, KnownProgram>& KnownPrograms() {
+  static std::map<std::wstring, KnownProgram> programs;
+  return programs;
+}
+
+/// Windows come in numbers from one program: its file is read again only when it has changed.
+SeamlyFilterData GetProgramData(const std::wstring& path, HWND window) {
+  WIN32_FILE_ATTRIBUTE_DATA file{};
+  if (GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &file) == FALSE) return ReadProgramData(path, window);
+  std::map<std::wstring, KnownProgram>& programs = KnownPrograms();
+  const auto known = programs.find(path);
+  if (known != programs.end() && CompareFileTime(&known->second.lastWrite, &file.ftLastWriteTime) == 0) {
+    return known->second.data;
+  }
+  if (programs.size() >= kMaxKnownPrograms) programs.clear();
+  SeamlyFilterData data = ReadProgramData(path, window);
+  programs[path] = {file.ftLastWriteTime, data};
+  return data;
 }
 
 }  // namespace
@@ -92,9 +124,11 @@ std::optional<SeamlyFilterData> SeamlyFilterGetData(HWND window) {
     LogEntry("%s: unable to classname of window 0x%p (err=%u)\n", kGetData, window, GetLastError());
     return std::nullopt;
   }
-  SeamlyFilterData data;
-  data.className = BoundedUtf8(className);
   const UniqueMalloc<wchar_t> path = System_GetImageFilePathForWindow(window);
-  if (path != nullptr && *path != L'\0') ReadVersion(path.get(), window, data);
+  SeamlyFilterData data;
+  if (path != nullptr && *path != L'\0') data = GetProgramData(path.get(), window);
+  data.className = BoundedUtf8(className);
   return data;
 }
+
+void SeamlyFilterForgetPrograms() { KnownPrograms().clear(); }

@@ -20,3 +20,6 @@ struct SeamlyFilterData {
 /// Nothing when not even the class name can be read; what the program's version resource does not tell stays empty.
 /// Does not wait for the window's message loop.
 std::optional<SeamlyFilterData> SeamlyFilterGetData(HWND window);
+
+/// Forgets what was read of programs' files.
+void SeamlyFilterForgetPrograms();

@@ -27,10 +27,12 @@ std::wstring MachineRulesFolder() {
   return SUCCEEDED(result) ? std::wstring(path) + L"\\Velkor\\KilnServer\\" + kFolderName : std::wstring();
 }
 
+/// The rules folder beside the host program; empty when the system does not name the program.
 std::wstring HostRulesFolder() {
   std::wstring path(kLongestPath, L'\0');
   const DWORD length = GetModuleFileNameW(nullptr, path.data(), kLongestPath);
-  path.resize(length < kLongestPath ? length : 0);
+  if (length == 0 || length == kLongestPath) return {};
+  path.resize(length);
   return path.substr(0, path.find_last_of(L'\\') + 1) + kFolderName;
 }
 
@@ -96,7 +98,7 @@ bool SeamlyFilterProcessFolder(const std::wstring& folder, const char* context) 
 }
 
 void SeamlyFilterProcessRulesFolder(const char* context) {
-  const std::wstring folder = MachineRulesFolder();
-  if (!folder.empty() && SeamlyFilterProcessFolder(folder, context)) return;
-  SeamlyFilterProcessFolder(HostRulesFolder(), context);
+  for (const std::wstring& folder : {MachineRulesFolder(), HostRulesFolder()}) {
+    if (!folder.empty() && SeamlyFilterProcessFolder(folder, context)) return;
+  }
 }

@@ -2,15 +2,12 @@
 
 #include "lib/misc/logEntry.h"
 #include "lib/misc/platformHandles.h"
-#include "lib/misc/win32uRegistry.h"
 #include "lib/seamlyFilter/seamlyFilterRules.h"
 #include "lib/unicode/unicode.h"
 
 #include <windows.h>
 
-#include <cwchar>
 #include <optional>
-#include <vector>
 
 namespace {
 
@@ -19,19 +16,13 @@ constexpr const char* kFilterKeys[] = {
     R"(Software\Policies\Velkor, Inc.\Velkor Tarn\Velkor Seamly\Filters)",
 };
 
+// Microsoft Learn, "Registry Element Size Limits": the longest name of a value, with its terminator.
+constexpr DWORD kNameCapacity = 16383 + 1;
+
 // Many times what ten keys with values of full length take. A longer value is left out.
 constexpr DWORD kLongestValue = 16384;  // characters
 
 constexpr char kAddRegKeyRules[] = "AddRegKeyRules";
-
-LSTATUS ReadRule(HKEY key, const std::string& name, std::string& rule) {
-  std::vector<wchar_t> text(kLongestValue + 1);  // zero behind the value, which need not have a terminator
-  DWORD size = kLongestValue * sizeof(wchar_t);
-  const LSTATUS status = RegQueryValueExW(key, Unicode_WideFromUtf8(name).c_str(), nullptr, nullptr,
-                                          reinterpret_cast<BYTE*>(text.data()), &size);
-  if (status == ERROR_SUCCESS) rule = Unicode_Utf8FromWide({text.data(), wcsnlen(text.data(), size / sizeof(wchar_t))});
-  return status;
-}
 
 /// One piece of a registry rule.
 void ParsePiece(std::string_view piece, RuleReading& reading) {
@@ -55,27 +46,41 @@ void ParsePiece(std::string_view piece, RuleReading& reading) {
   SeamlyFilterAddItem(reading, key, value);
 }
 
-void AddRulesOf(const std::string& path, const char* context) {
+void AddRule(const char* path, const std::string& name, DWORD type, std::wstring_view rule, const char* context) {
+  if (type != REG_SZ) {
+    LogEntry("%s: Registry value 'HKLM\\%s\\%s' has an unexpected type. Only REG_SZ is allowed.\n", kAddRegKeyRules,
+             path, name.c_str());
+    return;
+  }
+  ParseRegRule(name, Unicode_Utf8FromWide(rule.substr(0, rule.find(L'\0'))), context);
+}
+
+/// Returns what ended the enumeration.
+LSTATUS AddValuesOf(HKEY key, const char* path, const char* context) {
+  std::wstring name(kNameCapacity, L'\0');
+  std::wstring value(kLongestValue, L'\0');
+  for (DWORD index = 0;; ++index) {
+    DWORD nameLength = kNameCapacity;
+    DWORD type = REG_NONE;
+    DWORD size = kLongestValue * sizeof(wchar_t);
+    const LSTATUS status = RegEnumValueW(key, index, name.data(), &nameLength, nullptr, &type,
+                                         reinterpret_cast<BYTE*>(value.data()), &size);
+    if (status == ERROR_MORE_DATA) continue;
+    if (status != ERROR_SUCCESS) return status;
+    const std::wstring_view rule(value.data(), size / sizeof(wchar_t));
+    AddRule(path, Unicode_Utf8FromWide({name.data(), nameLength}), type, rule, context);
+  }
+}
+
+void AddRulesOf(const char* path, const char* context) {
   UniqueRegistryKey key;
   LSTATUS status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, Unicode_WideFromUtf8(path).c_str(), 0, KEY_READ, key.put());
   if (status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND) {
-    LogEntry("%s: Skipping non-existing Seamly filter key '%s'.\n", kAddRegKeyRules, path.c_str());
+    LogEntry("%s: Skipping non-existing Seamly filter key '%s'.\n", kAddRegKeyRules, path);
     return;
   }
-  if (status == ERROR_SUCCESS) {
-    status = WinReg_EnumerateValues(HKEY_LOCAL_MACHINE, path, 0, [&](const WinRegValue& value, bool&) -> LSTATUS {
-      if (value.type != REG_SZ) {
-        LogEntry("%s: Registry value 'HKLM\\%s\\%s' has an unexpected type. Only REG_SZ is allowed.\n", kAddRegKeyRules,
-                 path.c_str(), value.name.c_str());
-        return ERROR_SUCCESS;
-      }
-      std::string rule;
-      const LSTATUS read = ReadRule(key.get(), value.name, rule);
-      if (read == ERROR_SUCCESS) ParseRegRule(value.name, rule, context);
-      return read;
-    });
-  }
-  if (status != ERROR_SUCCESS && status != ERROR_MORE_DATA && status != ERROR_NO_MORE_ITEMS) {
+  if (status == ERROR_SUCCESS) status = AddValuesOf(key.get(), path, context);
+  if (status != ERROR_NO_MORE_ITEMS) {
     LogEntry("%s: Unhandled error type:'%d'.\n", kAddRegKeyRules, static_cast<int>(status));
   }
 }
@@ -86,11 +91,11 @@ void AddRegKeyRules(const char* context) {
   for (const char* path : kFilterKeys) AddRulesOf(path, context);
 }
 
-bool ParseRegRule(const std::string& name, std::string_view rule, const char* context) {
+void ParseRegRule(const std::string& name, std::string_view rule, const char* context) {
   RuleReading reading{context};
   if (!SeamlyFilterBeginRule(reading)) {
     LogEntry("%s : Registry read too many rules, maxFileRules: %d.\n", __func__, kMaxRuleSets);
-    return false;
+    return;
   }
   LogEntry("%s: Parsing custom Seamly filter rule '%s'.\n", __func__, name.c_str());
   while (!rule.empty()) {
@@ -100,5 +105,4 @@ bool ParseRegRule(const std::string& name, std::string_view rule, const char* co
   }
   LogEntry("%s: Done parsing custom Seamly filter rule '%s'.\n", __func__, name.c_str());
   SeamlyFilterEndRule(reading);
-  return true;
 }

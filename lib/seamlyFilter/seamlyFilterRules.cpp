@@ -44,6 +44,11 @@ bool Names(std::string_view list, std::string_view context) {
   }
 }
 
+RuleSet& CurrentSet() {
+  RuleTable& rules = SeamlyFilterRules();
+  return rules.sets[static_cast<std::size_t>(rules.last)];
+}
+
 }  // namespace
 
 RuleTable& SeamlyFilterRules() {
@@ -81,15 +86,21 @@ void SeamlyFilterAddItem(RuleReading& reading, RuleKey key, std::string_view val
     if (reading.context != nullptr && Names(value, reading.context)) reading.notApplicable = true;
     return;
   }
-  RuleTable& rules = SeamlyFilterRules();
-  rules.sets[static_cast<std::size_t>(rules.last)].push_front({key, std::string(value.substr(0, kMaxRuleText - 1))});
+  RuleSet& set = CurrentSet();
+  if (set.written > kMaxRuleItems) return;
+  // Without the conditions that were left out it would match more windows than was meant.
+  if (++set.written > kMaxRuleItems) {
+    LogEntry("%s: Too many rule items, the rule set is not used.\n", __func__);
+    set.items.clear();
+    return;
+  }
+  set.items.push_front({key, std::string(value.substr(0, kMaxRuleText - 1))});
 }
 
 void SeamlyFilterEndRule(RuleReading& reading) {
   if (!reading.notApplicable) return;
-  RuleTable& rules = SeamlyFilterRules();
-  rules.sets[static_cast<std::size_t>(rules.last)].clear();
-  --rules.last;
+  CurrentSet() = {};
+  --SeamlyFilterRules().last;
   --reading.begun;
   reading.notApplicable = false;
 }

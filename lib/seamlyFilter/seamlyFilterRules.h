@@ -12,7 +12,8 @@
 // The table of rule sets and how it is filled from texts.
 
 constexpr int kMaxRuleSets = 1024;
-constexpr std::size_t kMaxRuleText = 260;  ///< bytes of a line or a value, terminator included
+constexpr std::size_t kMaxRuleItems = 1024;  ///< of one rule set
+constexpr std::size_t kMaxRuleText = 260;    ///< bytes of a line or a value, terminator included
 
 /// The keys of a rule, by the numbers that stand in the messages.
 enum class RuleKey : int {
@@ -34,8 +35,10 @@ struct RuleItem {
   std::string value;  ///< UTF-8, less than kMaxRuleText bytes
 };
 
-/// The last item that was written stands first.
-using RuleSet = std::forward_list<RuleItem>;
+struct RuleSet {
+  std::forward_list<RuleItem> items;  ///< the last that was written stands first
+  std::size_t written = 0;            ///< may be one more than kMaxRuleItems: the rule set then matches no window
+};
 
 struct RuleTable {
   std::array<RuleSet, kMaxRuleSets> sets;
@@ -66,7 +69,8 @@ int SeamlyFilterActionOf(std::string_view name);      ///< kRuleActionNone for a
 
 /// Starts a rule set. False when the table is full: the last rule set then goes on.
 bool SeamlyFilterBeginRule(RuleReading& reading);
-/// Adds an item to the current rule set, or decides by a "notapplicableto" whether that is to be dropped.
+/// Adds an item to the current rule set, or decides by a "notapplicableto" whether that is to be dropped. An item that
+/// the rule set has no room for is reported.
 void SeamlyFilterAddItem(RuleReading& reading, RuleKey key, std::string_view value);
 /// Drops the current rule set when it is not applicable.
 void SeamlyFilterEndRule(RuleReading& reading);

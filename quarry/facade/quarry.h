@@ -39,7 +39,7 @@ class Quarry {
   virtual std::uint32_t LaunchApplication(const std::wstring& path, std::uint32_t flags, const std::wstring& arguments,
                                           const std::wstring& workingDirectory, std::int32_t parameterCount,
                                           const QuarryLaunchParameter* parameters) = 0;
-
+  // Last, because the place of a virtual function is part of the interface.
   virtual ~Quarry() = default;
 };
 

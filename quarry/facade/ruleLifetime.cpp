@@ -11,14 +11,22 @@ namespace {
 
 std::atomic<std::int64_t> startCount = 0;
 
+void Release() {
+  if (startCount.fetch_sub(1) == 1) SeamlyFilter_Close();
+}
+
 }  // namespace
 
 RuleLifetime::RuleLifetime() {
-  if (startCount.fetch_add(1) == 0) SeamlyFilter_LoadRules(nullptr);
+  if (startCount.fetch_add(1) != 0) return;
+  try {
+    SeamlyFilter_LoadRules(nullptr);
+  } catch (...) {
+    Release();  // no destructor will do it
+    throw;
+  }
 }
 
-RuleLifetime::~RuleLifetime() {
-  if (startCount.fetch_sub(1) == 1) SeamlyFilter_Close();
-}
+RuleLifetime::~RuleLifetime() { Release(); }
 
 }  // namespace quarry

@@ -21,8 +21,9 @@ constexpr wchar_t kTrayIconsEvent[] = L"Local\\SeamlyTrayIconsActiveEvent";
 
 enum class SpecialCase { None, Skip, Keep };
 
-UniqueKernelHandle OpenEventByName(const wchar_t* name) {
-  return UniqueKernelHandle(CreateEventW(nullptr, TRUE, FALSE, name));
+/// Not set at first. Asks for no more than waiting takes: who made the event may grant no more.
+UniqueKernelHandle MakeOrOpenEvent(const wchar_t* name) {
+  return UniqueKernelHandle(CreateEventExW(nullptr, name, CREATE_EVENT_MANUAL_RESET, SYNCHRONIZE));
 }
 
 bool IsSignalled(const UniqueKernelHandle& event) {
@@ -167,11 +168,11 @@ void LogResults(const WindowList& windows) {
 }  // namespace
 
 WindowManager::WindowManager() {
-  hiddenWindowsEvent_ = OpenEventByName(kHiddenWindowsEvent);
+  hiddenWindowsEvent_ = MakeOrOpenEvent(kHiddenWindowsEvent);
   if (!hiddenWindowsEvent_) {
     Log(LogLevel::Error, L"Failed to create hidden Seamly window event with error 0x%08x.\n", GetLastError());
   }
-  trayIconsEvent_ = OpenEventByName(kTrayIconsEvent);
+  trayIconsEvent_ = MakeOrOpenEvent(kTrayIconsEvent);
   if (!trayIconsEvent_) {
     Log(LogLevel::Error, L"Failed to create Seamly tray icons active event with error 0x%08x.\n", GetLastError());
   }

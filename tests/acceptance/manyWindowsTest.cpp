@@ -1,6 +1,7 @@
 // A busy session, with the verbose window log off.
 
 #include "tests/support/quarryHost.h"
+#include "tests/support/registryFixture.h"
 #include "tests/support/resourceCounts.h"
 #include "tests/support/windowMaker.h"
 
@@ -8,6 +9,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <map>
@@ -37,10 +39,16 @@ BOOL CALLBACK AskPlatform(HWND window, LPARAM) {
   return TRUE;
 }
 
+/// The fastest of so many times: others use the machine too.
 double MillisecondsOf(int times, const auto& operation) {
-  const auto start = std::chrono::steady_clock::now();
-  for (int round = 0; round < times; ++round) operation();
-  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count() / times;
+  double fastest = 1e9;
+  for (int round = 0; round < times; ++round) {
+    const auto start = std::chrono::steady_clock::now();
+    operation();
+    fastest =
+        std::min(fastest, std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
+  }
+  return fastest;
 }
 
 TEST(WindowManager, ListsManyWindowsOnceEachAndKeepsNothing) {
@@ -54,22 +62,30 @@ TEST(WindowManager, ListsManyWindowsOnceEachAndKeepsNothing) {
     }
     makers.push_back(std::make_unique<WindowMaker>(specs));
   }
-  const QuarryHost host;
-  std::map<std::wstring, int> listed;
-  for (const QuarryWindowInfo& window : host.GetOpenWindows()) {
-    if (std::wstring_view(window.title).starts_with(L"Window ")) ++listed[window.title];
+  for (const bool withRule : {false, true}) {
+    const RegistryFixture rules(kFilterKey);
+    if (withRule) rules.SetString({}, L"one", L"company=Nobody;classname=QuarryTestWindow;action=block");
+    const QuarryHost host;
+    std::map<std::wstring, int> listed;
+    const double first = MillisecondsOf(1, [&] {
+      for (const QuarryWindowInfo& window : host.GetOpenWindows()) {
+        if (std::wstring_view(window.title).starts_with(L"Window ")) ++listed[window.title];
+      }
+    });
+    EXPECT_EQ(listed, expected);
+    EXPECT_TRUE(HostLog::Holding(L"Found a window").empty());
+    const double whole = MillisecondsOf(5, [&] { host.GetOpenWindows(); });
+    const double platform = MillisecondsOf(5, [] { EnumWindows(AskPlatform, 0); });
+    std::printf("%zu windows, %d rule: %.1f ms at first, then %.1f ms, of which the platform's queries take %.1f ms\n",
+                expected.size(), withRule ? 1 : 0, first, whole, platform);
+    EXPECT_LT(whole, 3 * platform + 50);
   }
-  EXPECT_EQ(listed, expected);
-  EXPECT_TRUE(HostLog::Holding(L"Found a window").empty());
-
-  const double whole = MillisecondsOf(5, [&] { host.GetOpenWindows(); });
-  const double platform = MillisecondsOf(5, [] { EnumWindows(AskPlatform, 0); });
-  std::printf("%zu windows: %.2f ms a call, of which the platform's queries take %.2f ms\n", expected.size(), whole,
-              platform);
-  EXPECT_LT(whole, 3 * platform + 50);
 
   // The count of calls is what matters here: fewer windows make them quick.
   makers.resize(1);
+  const RegistryFixture rules(kFilterKey);
+  rules.SetString({}, L"one", L"company=Nobody;action=block");
+  const QuarryHost host;
   const ResourceGrowth growth = GrowthOf(
       [&] {
         HostLog::Clear();

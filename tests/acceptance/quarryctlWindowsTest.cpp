@@ -11,13 +11,19 @@
 
 #include <windows.h>
 
+#include <cstdio>
 #include <map>
 
 namespace quarry::test {
 namespace {
 
 using Json = nlohmann::ordered_json;
+using testing::AllOf;
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
+using testing::Pair;
+using testing::UnorderedElementsAre;
 
 ProcessOutput QuarryCtl(const std::vector<std::wstring>& arguments) {
   const auto output = RunProgram((BinFolder() / L"quarryctl.exe").wstring(), arguments);
@@ -29,31 +35,53 @@ TEST(QuarryCtlWindows, ListsAndExplains) {
   const WindowMaker maker({{L"Füße 漢字"},
                            {L"Small", L"QuarryTestWindow", WS_POPUP | WS_VISIBLE, 0, 1, 1},
                            {L"Min", L"QuarryTestWindow", WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_MINIMIZE}});
+  const std::string title =
+      "F\xC3\xBC\xC3\x9F"
+      "e \xE6\xBC\xA2\xE5\xAD\x97";
   const ProcessOutput table = QuarryCtl({L"windows"});
   EXPECT_EQ(table.exitCode, 0u);
-  EXPECT_THAT(table.out, HasSubstr("open       F\xC3\xBC\xC3\x9F"
-                                   "e \xE6\xBC\xA2\xE5\xAD\x97  "));
-  EXPECT_THAT(table.out, HasSubstr("minimized  Min "));
-  EXPECT_THAT(table.out, HasSubstr("\n2 windows\n"));
+  EXPECT_THAT(table.out, AllOf(HasSubstr("open       " + title + "  "), HasSubstr("minimized  Min "),
+                               Not(HasSubstr("Small")), EndsWith(" windows\n")));
   EXPECT_EQ(table.err, "");
 
-  const Json list = Json::parse(QuarryCtl({L"windows", L"--json"}).out);
-  ASSERT_EQ(list.size(), 2u);
-  for (const Json& window : list) {
-    EXPECT_EQ(window["isMinimized"], window["title"] == "Min");
-    EXPECT_THAT(window["imagePath"].get<std::string>(), HasSubstr("\\fixtures\\windowMaker.exe"));
-  }
-
+  // Of each of the maker's windows what `key` holds.
+  const auto ofEach = [](const std::vector<std::wstring>& arguments, const char* key) {
+    std::map<std::string, std::string> found;
+    for (const Json& window : Json::parse(QuarryCtl(arguments).out)) {
+      const bool isMakers = window["imagePath"].get<std::string>().ends_with("\\fixtures\\windowMaker.exe");
+      if (isMakers) found[window["title"]] = window[key].dump();
+    }
+    return found;
+  };
+  EXPECT_THAT(ofEach({L"windows", L"--json"}, "isMinimized"),
+              UnorderedElementsAre(Pair(title, "false"), Pair("Min", "true")));
   // The machine's setting is off, and stays so.
-  const Json explained = Json::parse(QuarryCtl({L"windows", L"--explain", L"--json"}).out);
-  std::map<std::string, std::string> decisions;
-  for (const Json& window : explained) decisions[window["title"]] = window["decision"];
-  EXPECT_EQ(decisions["Min"], "Kept (attribute match)");
-  EXPECT_EQ(decisions["Small"], "Skipped (window is too small)");
+  auto decisions = ofEach({L"windows", L"--explain", L"--json"}, "decision");
+  EXPECT_EQ(decisions["Min"], "\"Kept (attribute match)\"");
+  EXPECT_EQ(decisions["Small"], "\"Skipped (window is too small)\"");
   HKEY key = nullptr;
   EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Velkor, Inc.\\Velkor Quarry", 0, KEY_READ, &key),
             ERROR_FILE_NOT_FOUND);
   EXPECT_EQ(QuarryCtl({L"windows", L"--explain", L"--watch"}).exitCode, 2u);
+}
+
+TEST(QuarryCtlWindows, WritesTheListAgainWhenItChanges) {
+  const WindowMaker first({{L"First"}});
+  std::FILE* const watch = _wpopen((BinFolder() / L"quarryctl.exe windows --watch").c_str(), L"rt");
+  ASSERT_NE(watch, nullptr);
+  const auto nextList = [watch] {
+    std::string list;
+    char line[1'024];
+    while (list.find(" window") == std::string::npos && std::fgets(line, sizeof(line), watch) != nullptr) list += line;
+    return list;
+  };
+  EXPECT_THAT(nextList(), AllOf(HasSubstr("First"), Not(HasSubstr("Second"))));
+  {
+    const WindowMaker second({{L"Second"}});
+    EXPECT_THAT(nextList(), AllOf(HasSubstr("First"), HasSubstr("Second")));
+    std::fclose(watch);
+  }
+  // The next list finds nobody to read it, which ends the program.
 }
 
 TEST(QuarryCtlRules, ChecksFilesWithTheLibrarysReader) {
@@ -66,20 +94,21 @@ TEST(QuarryCtlRules, ChecksFilesWithTheLibrarysReader) {
                                   "BeginRule\r\nclassname=A\r\ntype=menu\r\nEndRule\r\n");
   const ProcessOutput clean = QuarryCtl({L"rules", L"check", good});
   EXPECT_EQ(clean.exitCode, 0u);
-  EXPECT_THAT(clean.out, testing::EndsWith(": 1 rule set, nothing to report\n"));
+  EXPECT_THAT(clean.out, EndsWith(": 1 rule set, nothing to report\n"));
 
   std::string many = "a=b\nBeginRule\ntype=Menu\naction=hide\ncompany =A\n" + std::string(300, '#') + "\n";
   for (int index = 0; index < 1'023; ++index) many += "BeginRule\n";
-  const std::wstring bad = write(L"bad.txt", many);
-  const ProcessOutput checked = QuarryCtl({L"rules", L"check", good, bad});
+  for (int index = 0; index < 1'025; ++index) many += "type=menu\n";
+  const ProcessOutput checked = QuarryCtl({L"rules", L"check", good, write(L"bad.txt", many)});
   EXPECT_EQ(checked.exitCode, 1u);
   for (const char* finding :
        {"bad.txt:1: ignored, no BeginRule stands above it\n", "bad.txt:3: 'Menu' names no window type\n",
         "bad.txt:4: 'hide' names no action\n", "bad.txt:5: bad token or whitespace 'company =A'\n",
-        "bad.txt:6: longer than 259 bytes, the rest is dropped\n", "bad.txt:1029: Too many rule sets.\n"}) {
+        "bad.txt:6: longer than 259 bytes, the rest is dropped\n", "bad.txt:1029: Too many rule sets.\n",
+        "bad.txt:2054: Too many rule items, the rule set is not used.\n"}) {
     EXPECT_THAT(checked.out, HasSubstr(finding));
   }
-  EXPECT_THAT(checked.out, testing::Not(HasSubstr("bad.txt:1028")));
+  EXPECT_THAT(checked.out, Not(HasSubstr("bad.txt:1028")));
   EXPECT_EQ(QuarryCtl({L"rules", L"check", folder / L"missing"}).exitCode, 1u);
   EXPECT_EQ(QuarryCtl({L"rules", L"check"}).exitCode, 2u);
 }

@@ -10,6 +10,7 @@
 namespace quarry::test {
 
 inline constexpr wchar_t kSettingsKey[] = L"SOFTWARE\\Velkor, Inc.\\Velkor Quarry";
+inline constexpr wchar_t kFilterKey[] = L"SOFTWARE\\Velkor, Inc.\\Velkor Tarn\\Velkor Seamly\\Filters";
 inline constexpr wchar_t kPolicyKey[] = L"SOFTWARE\\Policies\\Velkor, Inc.\\Velkor Quarry";
 
 /// A key that a test makes, empty at first even when an earlier run left it behind, and that is removed with all below

@@ -61,8 +61,10 @@ Bytes VersionResourceBytes(const VersionResource& version) {
   VS_FIXEDFILEINFO fixed{};
   fixed.dwSignature = VS_FFI_SIGNATURE;
   fixed.dwStrucVersion = VS_FFI_STRUCVERSION;
+  fixed.dwFileVersionMS = static_cast<DWORD>(version.fileVersion >> 32);
+  fixed.dwFileVersionLS = static_cast<DWORD>(version.fileVersion);
   Bytes fixedBytes;
-  Append(fixedBytes, &fixed, sizeof(fixed));
+  if (version.hasNumbers) Append(fixedBytes, &fixed, sizeof(fixed));
 
   std::vector<Bytes> tables;
   for (const VersionResource::StringTable& table : version.tables) tables.push_back(StringTableBytes(table));

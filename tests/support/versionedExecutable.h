@@ -23,6 +23,8 @@ struct VersionResource {
   bool hasTranslations = true;  ///< false leaves the translation table out, not only empty
   std::vector<Translation> translations;
   std::vector<StringTable> tables;
+  bool hasNumbers = true;         ///< false leaves the fixed block out
+  std::uint64_t fileVersion = 0;  ///< 16 bits each of major, minor, build and revision
 };
 
 /// The bytes of the resource (Microsoft Learn, VS_VERSIONINFO).

@@ -4,7 +4,6 @@
 
 #include <windows.h>
 
-#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -31,7 +30,7 @@ class WindowMaker {
   WindowMaker(const WindowMaker&) = delete;
   WindowMaker& operator=(const WindowMaker&) = delete;
 
-  DWORD ProcessId() const { return processId_; }
+  DWORD ProcessId() const { return GetProcessId(Process()); }
   HANDLE Process() const { return process_.get(); }
   /// In the order of their specifications.
   const std::vector<HWND>& Windows() const { return windows_; }
@@ -39,7 +38,6 @@ class WindowMaker {
  private:
   UniqueKernelHandle input_;
   UniqueKernelHandle process_;
-  DWORD processId_ = 0;
   std::vector<HWND> windows_;
 };
 

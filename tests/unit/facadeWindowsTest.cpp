@@ -1,13 +1,21 @@
 #include "quarry/apps/abstractApp.h"
+#include "quarry/apps/shortcut.h"
 #include "quarry/facade/quarryImpl.h"
+#include "quarry/windows/windowImpl.h"
 #include "quarry/windows/windowProbe.h"
 
 #include "tests/support/quarryHost.h"
+#include "tests/support/registryFixture.h"
 #include "tests/support/windowMaker.h"
+#include "tests/unit/allocationLimit.h"
 
 #include <gtest/gtest.h>
 
 #include <windows.h>
+
+#include <algorithm>
+#include <memory>
+#include <new>
 
 namespace quarry::test {
 namespace {
@@ -21,16 +29,18 @@ TEST(QuarryImpl, ListsTheWindowsOfOneApplication) {
   const UniqueKernelHandle event(OpenEventW(EVENT_ALL_ACCESS, FALSE, L"Local\\SeamlyTrayIconsActiveEvent"));
   ASSERT_TRUE(SetEvent(event.get()));
 
-  const auto isLower = [](wchar_t character) { return character >= L'a' && character <= L'z'; };
-  for (auto character = program.begin(); character != program.end() - 4; ++character) {  // not of ".exe"
-    if (isLower(*character)) *character = static_cast<wchar_t>(*character - L'a' + L'A');
-  }
+  std::transform(program.begin(), program.end() - 4, program.begin(), [](wchar_t character) {  // not of ".exe"
+    return character >= L'a' && character <= L'z' ? static_cast<wchar_t>(character - L'a' + L'A') : character;
+  });
   HostLog::Clear();
   const WindowList windows = quarry.GetWindowsOf(*AbstractApp::NewAppFromPath(nullptr, program));
   ASSERT_EQ(windows.size(), 2u) << "no dummy window, although the event is set";
   for (const WindowPtr& window : windows) {
-    EXPECT_TRUE(window->GetTitle().starts_with(L"Mine"));
-    EXPECT_TRUE(window->GetHandle() == maker.Windows()[0] || window->GetHandle() == second.Windows()[0]);
+    const bool first = window->GetTitle() == L"Mine";
+    const WindowMaker& owner = first ? maker : second;
+    EXPECT_EQ(window->GetTitle(), first ? L"Mine" : L"Mine too");
+    EXPECT_EQ(window->GetHandle(), owner.Windows()[0]);
+    EXPECT_EQ(dynamic_cast<const WindowImpl&>(*window).GetProcessId(), static_cast<std::int32_t>(owner.ProcessId()));
     EXPECT_TRUE(window->IsVisible());
   }
   EXPECT_EQ(HostLog::Count(3, L"Getting windows for app " + program + L" (image path " + program + L")\n"), 1u);
@@ -38,27 +48,34 @@ TEST(QuarryImpl, ListsTheWindowsOfOneApplication) {
 }
 
 TEST(QuarryImpl, FindsNoWindowsWithoutAnImagePath) {
-  struct NoTarget : Application {
-    std::wstring GetPath() const override { return L"C:\\broken.lnk"; }
-    std::wstring GetFileName() const override { return {}; }
-    std::wstring GetBaseName() const override { return {}; }
-    std::wstring GetExtension() const override { return {}; }
-    std::wstring GetProductName() const override { return {}; }
-    std::wstring GetProductVersion() const override { return {}; }
-    std::wstring GetFileDescription() const override { return {}; }
-    std::wstring GetFileVersion() const override { return {}; }
-    std::wstring GetComments() const override { return {}; }
-    std::wstring GetCompanyName() const override { return {}; }
-    std::uint64_t GetIconCount() const override { return 0; }
-    IconPtr GetIcon(std::uint64_t) const override { return nullptr; }
-    std::wstring GetTargetPath() const override { return {}; }
-    bool CanReuseRunningInstance() const override { return true; }
-  };
   const QuarryImpl quarry(HostLog::Record, false);
   HostLog::Clear();
-  EXPECT_TRUE(quarry.GetWindowsOf(NoTarget()).empty());
+  EXPECT_TRUE(quarry.GetWindowsOf(Shortcut(L"C:\\broken.lnk")).empty());
   EXPECT_EQ(HostLog::Lines(), (std::vector<LogLine>{{3, L"Getting windows for app C:\\broken.lnk (image path )\n"},
                                                     {1, L"Unable to get an image path for C:\\broken.lnk\n"}}));
+}
+
+TEST(QuarryImpl, KeepsTheRulesUntilTheLastOneGoes) {
+  const WindowMaker maker({{L"Mine"}});
+  const auto lists = [&](QuarryImpl& quarry) {
+    const WindowList windows = quarry.GetOpenWindows();
+    return std::any_of(windows.begin(), windows.end(),
+                       [&](const WindowPtr& window) { return window->GetHandle() == maker.Windows()[0]; });
+  };
+  {
+    const RegistryFixture rules(kFilterKey);
+    rules.SetString({}, L"everything", L"action=block");
+    {
+      const AllocationLimit noMemory(1'000);
+      EXPECT_THROW(RuleLifetime(), std::bad_alloc);
+    }
+    auto first = std::make_unique<QuarryImpl>(HostLog::Record, false);
+    QuarryImpl second(HostLog::Record, false);
+    first.reset();
+    EXPECT_FALSE(lists(second));
+  }
+  QuarryImpl third(HostLog::Record, false);
+  EXPECT_TRUE(lists(third));
 }
 
 TEST(WindowProbe, GivesNothingForAWindowThatIsGone) {

@@ -65,7 +65,7 @@ std::vector<std::string> CheckLine(const RuleLine& line, RuleReading& reading) {
   const bool ignored = reading.begun == 0 && !line.text.empty() && line.text.front() != '#';
   const RuleKey key = SeamlyFilterParseLine(line.text, reading);
   std::vector<std::string> findings = ReaderMessages::Take();
-  if (key != RuleKey::None) findings.clear();
+  if (key != RuleKey::None) findings.erase(findings.begin());
   if (const std::optional<std::string> unknown = FindUnknownValue(key, line.text)) findings.push_back(*unknown);
   if (line.cut) findings.push_back("longer than " + std::to_string(kMaxRuleText - 1) + " bytes, the rest is dropped");
   if (ignored && reading.begun == 0) findings.emplace_back("ignored, no BeginRule stands above it");
