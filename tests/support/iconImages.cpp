@@ -13,7 +13,9 @@ void Append(Bytes& bytes, std::uint32_t value, int size) {
   for (int shift = 0; shift < 8 * size; shift += 8) bytes.push_back(static_cast<std::uint8_t>(value >> shift));
 }
 
-std::size_t RowSize(int width, int bitCount) { return static_cast<std::size_t>((width * bitCount + 31) / 32 * 4); }
+std::size_t RowSize(int width, int bitCount) {
+  return (static_cast<std::size_t>(width) * static_cast<std::size_t>(bitCount) + 31) / 32 * 4;
+}
 
 std::uint32_t PaletteColor(unsigned index, unsigned colors) {
   const unsigned level = index * 255 / (colors - 1);
