@@ -269,7 +269,8 @@ TEST_F(ApplicationTest, ShortcutThatLeadsToNoApplicationIsDropped) {
   };
   for (const auto& [link, level, message] : kCases) {
     EXPECT_EQ(Get(link), nullptr) << link.c_str();
-    EXPECT_EQ(HostLog::Count(level, L"\"" + link + L"\": " + message), message.empty() ? 0U : 1U) << link.c_str();
+    const std::wstring line = std::wstring(L"\"").append(link).append(L"\": ").append(message);
+    EXPECT_EQ(HostLog::Count(level, line), message.empty() ? 0U : 1U) << link.c_str();
   }
   std::vector<std::uint8_t> bytes(1000);
   std::mt19937 random(20261122);

@@ -50,6 +50,7 @@ Bytes VersionResourceBytes(const VersionResource& version) {
   std::vector<Bytes> tables;
   for (const auto& [tableKey, texts] : version.tables) {
     std::vector<Bytes> strings;
+    strings.reserve(texts.size());
     for (const auto& [key, text] : texts) strings.push_back(Node(key, kText, TextBytes(text)));
     tables.push_back(Node(tableKey, kText, {}, strings));
   }
