@@ -1,29 +1,43 @@
 #include "lib/misc/fileBytes.h"
 
-#include "lib/misc/platformHandles.h"
-
 #include <algorithm>
 
 namespace {
 
-constexpr std::size_t kLargestWholeFile = std::size_t{256} << 20;
+constexpr std::uint64_t kLargestWholeFile = std::uint64_t{256} << 20;
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+std::optional<std::uint64_t> SizeOf(HANDLE file) {
+  LARGE_INTEGER size{};
+  if (GetFileSizeEx(file, &size) == FALSE) return std::nullopt;
+  return static_cast<std::uint64_t>(size.QuadPart);
+}
 
 }  // namespace
 
-std::optional<std::vector<std::uint8_t>> ReadFileStart(const std::wstring& path, std::size_t limit) {
-  const UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-  LARGE_INTEGER size{};
-  if (!file || GetFileSizeEx(file.get(), &size) == FALSE) return std::nullopt;
+// The server behind a pipe may learn who asks, but not act in that name (Microsoft Learn, "Impersonation Levels").
+UniqueFile OpenDiskFile(const std::wstring& path, DWORD shareMode) {
+  UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ, shareMode, nullptr, OPEN_EXISTING,
+                              FILE_ATTRIBUTE_NORMAL | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr));
+  if (!file || GetFileType(file.get()) == FILE_TYPE_DISK) return file;
+  file.reset();
+  SetLastError(ERROR_BAD_DEV_TYPE);
+  return file;
+}
 
-  // The file can shrink while it is read: what counts is what arrives.
-  std::vector<std::uint8_t> bytes(std::min(limit, static_cast<std::size_t>(size.QuadPart)));
+// The file can shrink while it is read: what counts is what arrives.
+std::optional<std::vector<std::uint8_t>> ReadFileAt(HANDLE file, std::uint64_t offset, std::size_t limit) {
+  const std::optional<std::uint64_t> size = SizeOf(file);
+  LARGE_INTEGER start{};
+  start.QuadPart = static_cast<LONGLONG>(offset);
+  if (!size || SetFilePointerEx(file, start, nullptr, FILE_BEGIN) == FALSE) return std::nullopt;
+  std::vector<std::uint8_t> bytes(std::min<std::uint64_t>(limit, *size - std::min(offset, *size)));
   std::size_t length = 0;
   while (length < bytes.size()) {
     constexpr std::size_t kChunk = std::size_t{1} << 24;
     DWORD count = 0;
     const auto wanted = static_cast<DWORD>(std::min(bytes.size() - length, kChunk));
-    if (ReadFile(file.get(), bytes.data() + length, wanted, &count, nullptr) == FALSE) return std::nullopt;
+    if (ReadFile(file, bytes.data() + length, wanted, &count, nullptr) == FALSE) return std::nullopt;
     if (count == 0) break;
     length += count;
   }
@@ -31,9 +45,16 @@ std::optional<std::vector<std::uint8_t>> ReadFileStart(const std::wstring& path,
   return bytes;
 }
 
+std::optional<std::vector<std::uint8_t>> ReadFileStart(const std::wstring& path, std::size_t limit) {
+  const UniqueFile file = OpenDiskFile(path, kShareAll);
+  return file ? ReadFileAt(file.get(), 0, limit) : std::nullopt;
+}
+
 std::optional<std::vector<std::uint8_t>> ReadWholeFile(const std::wstring& path) {
-  auto bytes = ReadFileStart(path, kLargestWholeFile + 1);
-  if (!bytes || bytes->size() <= kLargestWholeFile) return bytes;
+  const UniqueFile file = OpenDiskFile(path, kShareAll);
+  const std::optional<std::uint64_t> size = file ? SizeOf(file.get()) : std::nullopt;
+  if (!size) return std::nullopt;
+  if (*size <= kLargestWholeFile) return ReadFileAt(file.get(), 0, static_cast<std::size_t>(*size));
   SetLastError(ERROR_FILE_TOO_LARGE);
   return std::nullopt;
 }

@@ -1,11 +1,9 @@
 #include "quarry/apps/abstractApp.h"
 
 #include "quarry/diagnostics/log.h"
-
-#include "lib/misc/platformHandles.h"
+#include "quarry/paths/knownFolder.h"
 
 #include <knownfolders.h>
-#include <shlobj.h>
 
 #include <algorithm>
 #include <cwctype>
@@ -15,12 +13,7 @@ namespace quarry {
 namespace {
 
 const std::wstring& CommandPromptPath() {
-  static const std::wstring path = [] {
-    PWSTR folder = nullptr;
-    const HRESULT result = SHGetKnownFolderPath(FOLDERID_System, KF_FLAG_DEFAULT, nullptr, &folder);
-    const UniqueCoTaskMem<wchar_t> owner(folder);
-    return JoinPath(SUCCEEDED(result) ? folder : L"", L"cmd.exe");
-  }();
+  static const std::wstring path = JoinPath(KnownFolder(FOLDERID_System), L"cmd.exe");
   return path;
 }
 

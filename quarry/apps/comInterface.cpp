@@ -36,16 +36,17 @@ ComInterface::~ComInterface() {
   if (initializedThread_ == GetCurrentThreadId()) CoUninitialize();
 }
 
+// Counted last: a user whose turn ended in an exception never releases.
 ComInterface* AcquireComInterface() {
-  ++g_users;
-  CountCreated("ComInterfaceReference");
-  if (g_users == 1) {
+  if (g_users == 0) {
     SharedInterface() = std::make_unique<ComInterface>();
     if (!SharedInterface()->IsValid()) {
       Log(LogLevel::Error, L"Failed to create ComInterface!");
       SharedInterface().reset();
     }
   }
+  CountCreated("ComInterfaceReference");
+  ++g_users;
   return SharedInterface().get();
 }
 

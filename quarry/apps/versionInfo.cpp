@@ -31,6 +31,7 @@ VersionStrings ReadVersionInfo(const std::wstring& path) {
     return {};
   }
 
+  // Some tools write strings without a translation table: these are looked for in the usual language all the same.
   const VersionBlock block(resource);
   std::uint32_t tableSize = 0;
   if (block.Find(L"\\VarFileInfo\\Translation", tableSize) == nullptr) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
 namespace quarry {
@@ -10,18 +9,5 @@ class Config;
 /// The folder for the PNG files, made when it is missing: the configured one, else the built-in one. Empty, with
 /// messages, when neither can be made.
 std::wstring ChooseCacheFolder(const Config& config);
-
-/// What the name of a PNG file in the cache tells.
-struct PngName {
-  std::wstring name;  ///< lower-case hexadecimal digits
-  int width;          ///< pixels
-  int height;         ///< pixels
-};
-
-/// The file's name: "NAME-WIDTH-HEIGHT.png".
-std::wstring FormatPngName(const PngName& png);
-
-/// Reads such a name back; nothing when it is another's. The digits are at most 63.
-std::optional<PngName> ParsePngName(const std::wstring& fileName);
 
 }  // namespace quarry

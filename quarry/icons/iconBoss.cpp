@@ -8,6 +8,7 @@
 #include "quarry/icons/iconPixels.h"
 #include "quarry/icons/iconSizes.h"
 #include "quarry/icons/pngFile.h"
+#include "quarry/icons/pngName.h"
 #include "quarry/paths/pathParts.h"
 
 #include "lib/misc/platformHandles.h"
@@ -24,6 +25,8 @@ namespace {
 // What callers are told, whatever the source's depth was.
 constexpr std::uint64_t kReportedDepth = 24;
 constexpr std::uint64_t kAlphaBitCount = 32;
+// As many as an ICO file may have. A planted program can offer 65,535 sizes, each a PNG file to be stored.
+constexpr std::size_t kMostSizes = 100;
 
 std::vector<MinedIcon> MinedIconsOf(const IconMiner& miner) {
   std::vector<MinedIcon> icons(miner.GetIconCount());
@@ -40,8 +43,6 @@ UniqueIcon ShellIconFor(const std::wstring& extension) {
   }
   return UniqueIcon(info.hIcon);
 }
-
-bool IsThere(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
 /// Makes sure that the PNG file is there. False, with a message, when it cannot be written.
 bool ProvidePng(const std::wstring& path, HICON icon, const IconPixels& pixels, bool hasAlpha, const CLSID& encoder) {
@@ -94,8 +95,13 @@ IconList IconBoss::GetIconsFromFile(const std::wstring& path, std::int32_t index
   }
   const std::vector<MinedIcon> mined = MinedIconsOf(*miner);
   Log(LogLevel::Detail, L"Miner found %d icons\n", static_cast<int>(mined.size()));
-  const std::vector<MinedIcon> chosen = ReduceToUniqueSizes(mined);
+  std::vector<MinedIcon> chosen = ReduceToUniqueSizes(mined);
   Log(LogLevel::Detail, L"Reduced to %d uniquely sized icons\n", static_cast<int>(chosen.size()));
+  if (chosen.size() > kMostSizes) {
+    Log(LogLevel::Warning, L"Too many sizes in %s, only the first %d are taken\n", path.c_str(),
+        static_cast<int>(kMostSizes));
+    chosen.resize(kMostSizes);
+  }
 
   IconList icons;
   for (const MinedIcon& icon : chosen) MineIcon(*miner, icon, icons);

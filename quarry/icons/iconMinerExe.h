@@ -1,5 +1,6 @@
 #pragma once
 
+#include "quarry/icons/iconDirectory.h"
 #include "quarry/icons/iconMiner.h"
 
 #include "lib/misc/platformHandles.h"
@@ -9,7 +10,9 @@ namespace quarry {
 /// Mines one icon group of a program or DLL, which it keeps mapped as data. The files are hostile until proven
 /// otherwise: nothing outside of the mapping is read, whatever counts and sizes the file claims.
 ///
-/// A file that cannot be mapped is not told apart from this process's own program, whose icons are then mined.
+/// A file that cannot be mapped leaves no module, which the platform takes for this process's own program when it lists
+/// icons and for itself when it loads one (Microsoft Learn, FindResourceW and LoadImageW): such a file has at most the
+/// host's sizes with the system's pictures.
 class IconMinerExe : public IconMiner {
  public:
   UniqueIcon LoadIconOf(const MinedIcon& icon) const override;
@@ -17,11 +20,11 @@ class IconMinerExe : public IconMiner {
   bool Init(const std::wstring& path, std::int32_t index) override;
 
  private:
-  bool CanBeLoaded(const wchar_t* groupName, int width, int height) const;
+  bool CanBeLoaded(int width, int height) const;
 
   std::int32_t index_ = 0;
   UniqueModule module_;
-  std::wstring path_;
+  IconDirectory<GroupEntry> group_;  // inside the mapping of module_
   ObjectCount count_{"IconMinerExe"};
 };
 

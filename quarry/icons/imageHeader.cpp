@@ -11,7 +11,9 @@ namespace quarry {
 
 namespace {
 
-constexpr std::int64_t kLongestSide = 4096;
+// An icon shows 256 pixels a side; some tools put larger pictures behind that, which the platform has to decode in
+// whole.
+constexpr std::int64_t kLongestSide = 1024;
 constexpr std::array<std::uint8_t, 8> kPngSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 constexpr std::size_t kPngWidthOffset = 16;  // in the IHDR chunk, which comes first
 constexpr std::size_t kPngHeightOffset = 20;
@@ -38,21 +40,33 @@ bool IsPlausiblePng(std::span<const std::uint8_t> bytes) {
          IsSide(BigEndianAt(bytes, kPngHeightOffset));
 }
 
+std::uint64_t PaletteSize(const BITMAPINFOHEADER& header) {
+  const bool hasMasks = header.biCompression == BI_BITFIELDS && header.biSize == sizeof(BITMAPINFOHEADER);
+  const std::uint64_t colors = header.biBitCount <= 8 ? std::uint64_t{1} << header.biBitCount : 0;
+  return (header.biClrUsed != 0 ? header.biClrUsed : colors) * sizeof(RGBQUAD) + (hasMasks ? 3 * sizeof(DWORD) : 0);
+}
+
 // The height counts the picture and its mask.
-bool IsPlausibleBitmap(const BITMAPINFOHEADER& header) {
-  return header.biSize >= sizeof(BITMAPINFOHEADER) && header.biSize <= sizeof(BITMAPV5HEADER) &&
-         IsSide(header.biWidth) && IsSide(header.biHeight / 2) && IsDepth(header.biBitCount) &&
-         (header.biCompression == BI_RGB || header.biCompression == BI_BITFIELDS);
+bool IsPlausibleBitmap(const BITMAPINFOHEADER& header, std::uint64_t size) {
+  if (header.biSize < sizeof(BITMAPINFOHEADER) || header.biSize > sizeof(BITMAPV5HEADER) || !IsSide(header.biWidth) ||
+      !IsSide(header.biHeight / 2) || !IsDepth(header.biBitCount) ||
+      (header.biCompression != BI_RGB && header.biCompression != BI_BITFIELDS)) {
+    return false;
+  }
+  const std::uint64_t stride = (static_cast<std::uint64_t>(header.biWidth) * header.biBitCount + 31) / 32 * 4;
+  const std::uint64_t rows = static_cast<std::uint64_t>(header.biHeight / 2) * stride;
+  return header.biSize + PaletteSize(header) + rows <= size;
 }
 
 }  // namespace
 
-bool IsPlausibleImage(std::span<const std::uint8_t> bytes) {
-  if (IsPng(bytes)) return IsPlausiblePng(bytes);
+bool IsPlausibleImage(std::span<const std::uint8_t> start, std::uint64_t size) {
+  if (IsPng(start)) return IsPlausiblePng(start);
   BITMAPINFOHEADER header{};
-  if (bytes.size() < sizeof(header)) return false;
-  std::memcpy(&header, bytes.data(), sizeof(header));
-  return IsPlausibleBitmap(header);
+  static_assert(sizeof(header) == kImageHeaderSize);
+  if (start.size() < sizeof(header)) return false;
+  std::memcpy(&header, start.data(), sizeof(header));
+  return IsPlausibleBitmap(header, size);
 }
 
 }  // namespace quarry

@@ -2,6 +2,7 @@
 
 #include "quarry/diagnostics/log.h"
 
+#include "lib/misc/platformHandles.h"
 #include "lib/string/str.h"
 
 #include <cwchar>
@@ -27,6 +28,12 @@ class TemporaryFile {
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
   const std::wstring& Path() const { return path_; }
+  /// Without this a computer that loses its power can come back with the moved file's name and none of its bytes.
+  bool Flush() const {
+    const UniqueFile file(CreateFileW(path_.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
+                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return file && FlushFileBuffers(file.get()) != FALSE;
+  }
   bool MoveTo(const std::wstring& path) {
     if (MoveFileExW(path_.c_str(), path.c_str(), 0) == FALSE) return false;
     path_.clear();
@@ -52,13 +59,11 @@ Status MakeBitmap(const IconPixels& pixels, UniqueGdiPlusBitmap& bitmap) {
                                          PixelFormat32bppARGB, const_cast<BYTE*>(pixels.bytes.data()), bitmap.put());
 }
 
-bool IsThere(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
-
 Status WriteWhole(const std::wstring& path, Gdiplus::GpBitmap* bitmap, const CLSID& encoder) {
   TemporaryFile file(TemporaryPathBeside(path));
   const Status status = Flat::GdipSaveImageToFile(bitmap, file.Path().c_str(), &encoder, nullptr);
   if (status != Gdiplus::Ok) return status;
-  return file.MoveTo(path) || IsThere(path) ? Gdiplus::Ok : Gdiplus::Win32Error;
+  return (file.Flush() && file.MoveTo(path)) || IsThere(path) ? Gdiplus::Ok : Gdiplus::Win32Error;
 }
 
 Status WriteWhole(const std::wstring& path, const IconPixels& pixels, const CLSID& encoder) {
@@ -68,6 +73,8 @@ Status WriteWhole(const std::wstring& path, const IconPixels& pixels, const CLSI
 }
 
 }  // namespace
+
+bool IsThere(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
 std::optional<CLSID> FindPngEncoder() {
   UINT count = 0;
@@ -86,8 +93,9 @@ std::optional<CLSID> FindPngEncoder() {
 Status WritePng(const std::wstring& path, HICON icon, const IconPixels& pixels, PngSource source,
                 const CLSID& encoder) {
   if (source == PngSource::Pixels) return WriteWhole(path, pixels, encoder);
-  // GDI+ as Wine has it (8.0) writes past the end of a buffer when it takes an icon that is taller than wide.
-  if (pixels.height > pixels.width) {
+  // GDI+ as Wine has it (8.0) takes every icon for a square: it writes past the end of a buffer when one is taller than
+  // wide, and loses rows when it is wider.
+  if (pixels.height != pixels.width) {
     const std::optional<IconPixels> masked = WithMaskAsAlpha(icon, pixels);
     return masked ? WriteWhole(path, *masked, encoder) : Gdiplus::GenericError;
   }

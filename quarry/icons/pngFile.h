@@ -11,6 +11,9 @@ namespace quarry {
 /// The installed PNG encoder, to be asked for while GDI+ is in use. With no message when the encoders cannot be listed.
 std::optional<CLSID> FindPngEncoder();
 
+/// Whether there is anything at `path`.
+bool IsThere(const std::wstring& path);
+
 /// Where the picture of a PNG file comes from.
 enum class PngSource {
   Pixels,  ///< the pixels, alpha included

@@ -1,11 +1,10 @@
 #include "quarry/paths/expandPath.h"
 
-#include "lib/misc/platformHandles.h"
+#include "quarry/paths/knownFolder.h"
 
 #include <windows.h>
 
 #include <knownfolders.h>
-#include <shlobj.h>
 
 #include <string_view>
 
@@ -15,13 +14,6 @@ namespace {
 
 // The token value that stands for the default user in SHGetKnownFolderPath (Microsoft Learn, hToken).
 const HANDLE kDefaultUser = reinterpret_cast<HANDLE>(static_cast<LONG_PTR>(-1));  // NOLINT
-
-std::wstring KnownFolder(const KNOWNFOLDERID& folder, HANDLE user) {
-  PWSTR path = nullptr;
-  const HRESULT result = SHGetKnownFolderPath(folder, KF_FLAG_DEFAULT, user, &path);
-  const UniqueCoTaskMem<wchar_t> owner(path);  // to be freed also when the call failed
-  return SUCCEEDED(result) ? std::wstring(path) : std::wstring();
-}
 
 void ReplaceFirst(std::wstring& path, std::wstring_view token, const KNOWNFOLDERID& folder, HANDLE user) {
   const std::size_t position = path.find(token);

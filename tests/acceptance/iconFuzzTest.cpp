@@ -1,4 +1,4 @@
-// Mutated programs and icon files, as a stranger could place them on a host. Run with --files=10000 for a long run.
+// Mutated programs and icon files, as a stranger could place them on a host. Run with --files=100 for a short run.
 
 #include "lib/misc/fileBytes.h"
 
@@ -15,6 +15,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
+#include <filesystem>
 #include <iostream>
 #include <random>
 #include <string_view>
@@ -24,19 +26,13 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr unsigned kSeed = 20261122;
-int g_files = 2'000;
-std::uint64_t g_messages = 0;
-std::uint64_t g_icons = 0;
+int g_files = 10'000;
 
-void CountMessage(std::uint32_t /*level*/, const wchar_t* /*message*/) { ++g_messages; }
+void IgnoreMessage(std::uint32_t /*level*/, const wchar_t* /*message*/) {}
 
 class Mutator {
  public:
-  explicit Mutator(unsigned seed) : engine_(seed) {}
-
-  /// One to eight changes: flipped bits, extreme bytes and words, a block that comes from elsewhere, a cut end. Most
-  /// hit `start`..`end`, where the tables are.
+  /// One to eight changes, most of them between `start` and `end`, where the tables are.
   Bytes Mutate(Bytes bytes, std::size_t start, std::size_t end) {
     for (std::size_t changes = 1 + Below(8); changes > 0 && bytes.size() > 8; --changes) {
       const bool inTables = Below(4) != 0 && start + 8 < std::min(end, bytes.size());
@@ -50,93 +46,92 @@ class Mutator {
  private:
   std::size_t Below(std::size_t limit) { return engine_() % limit; }
 
+  /// A cut end, a block from elsewhere, extreme words and bytes, or a flipped bit.
   void Change(Bytes& bytes, std::size_t position) {
     constexpr std::uint8_t kExtremes[] = {0, 1, 0x7F, 0x80, 0xFF};
-    switch (Below(16)) {
-      case 0:
-        bytes.resize(position);
-        return;
-      case 1:
-        std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(Below(bytes.size() - 4)), 4,
-                    bytes.begin() + static_cast<std::ptrdiff_t>(position));
-        return;
-      case 2:
-      case 3:
-        std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(position), 4, kExtremes[Below(5)]);
-        return;
-      case 4:
-      case 5:
-      case 6:
-        bytes[position] = kExtremes[Below(5)];
-        return;
-      default:
-        bytes[position] = static_cast<std::uint8_t>(bytes[position] ^ 1u << Below(8));
+    const std::size_t kind = Below(16);
+    std::uint8_t* const place = bytes.data() + position;
+    if (kind == 0) {
+      bytes.resize(position);
+    } else if (kind == 1) {
+      std::memmove(place, bytes.data() + Below(bytes.size() - 4), 4);
+    } else if (kind < 7) {
+      std::fill_n(place, kind < 4 ? 4 : 1, kExtremes[Below(5)]);
+    } else {
+      *place = static_cast<std::uint8_t>(*place ^ 1u << Below(8));
     }
   }
 
-  std::mt19937 engine_;
+  std::mt19937 engine_{20261122};
 };
 
+/// A file to be mutated, and where its tables are.
 struct Source {
   Bytes bytes;
-  std::size_t tablesStart = 0;
-  std::size_t tablesEnd = 0;
+  std::size_t tablesStart;
+  std::size_t tablesEnd;
 };
 
-/// Feeds the library with mutated files, every other one a program and an icon file, until it has seen `files`.
+Source ProgramSource(const std::wstring& path, const std::vector<IconImage>& images) {
+  EXPECT_TRUE(WriteExecutable(path) && PutIconGroup(path, MAKEINTRESOURCEW(1), images, 1));
+  const Bytes bytes = ReadWholeFile(path).value_or(Bytes());
+  // The tables of the resources end with the group.
+  const Bytes group = {0, 0, 1, 0, static_cast<std::uint8_t>(images.size()), 0, 16, 16};
+  const auto found = std::search(bytes.begin(), bytes.end(), group.begin(), group.end());
+  EXPECT_NE(found, bytes.end());
+  const auto position = static_cast<std::size_t>(found - bytes.begin());
+  return {bytes, position - std::min<std::size_t>(position, 1024), position + 128};
+}
+
+/// Feeds the library with mutated files, every other one a program and an icon file.
 class Feeder {
  public:
-  explicit Feeder(const std::vector<IconImage>& images) {
+  explicit Feeder(const std::vector<IconImage>& images)
+      : ico_{IcoFile(images), 0, 6 + 16 * images.size() + 40},
+        program_(ProgramSource(folder_ / L"source.exe", images)) {
     settings_.SetString(L"", L"IconCacheDir", folder_ / L"cache");
-    ico_.bytes = IcoFile(images);
-    ico_.tablesEnd = 6 + 16 * images.size() + 40;
-    const std::wstring program = folder_ / L"source.exe";
-    EXPECT_TRUE(WriteExecutable(program) && PutIconGroup(program, MAKEINTRESOURCEW(1), images, 1));
-    program_.bytes = ReadWholeFile(program).value_or(Bytes());
-    // The resources come last; what the linker left of debug information is of no interest.
-    const Bytes group = {0, 0, 1, 0, static_cast<std::uint8_t>(images.size()), 0, 16, 16};
-    const auto found = std::search(program_.bytes.begin(), program_.bytes.end(), group.begin(), group.end());
-    EXPECT_NE(found, program_.bytes.end());
-    const auto groupStart = static_cast<std::size_t>(found - program_.bytes.begin());
-    program_.tablesStart = groupStart - std::min<std::size_t>(groupStart, 1024);
-    program_.tablesEnd = std::min(groupStart + 128, program_.bytes.size());
-    EXPECT_TRUE(WriteShortcut({linkPath_,
-                               folder_.CopyFrom(L"target.exe", FixtureProgram(L"emptyApp")),
-                               {},
-                               {},
-                               {},
-                               folder_ / L"fuzz.ico",
-                               0}));
+    EXPECT_TRUE(WriteShortcut({linkPath_, folder_ / L"source.exe", {}, {}, {}, folder_ / L"fuzz.ico", 0}));
   }
 
-  void Feed(int files) {
+  /// How many icons the library found in as many mutated files.
+  std::uint64_t Feed(int files) {
     QuarryFunctions functions{};
-    Library::Instance().Init(CountMessage, 0, &functions);
+    Library::Instance().Init(IgnoreMessage, 0, &functions);
+    std::uint64_t icons = 0;
     for (int file = 0; file < files; ++file) {
       const bool isIco = file % 2 == 0;
+      const bool inHeader = file % 8 == 1;
       const Source& source = isIco ? ico_ : program_;
-      // The header too is a table.
-      const std::size_t start = !isIco && file % 8 == 1 ? 0 : source.tablesStart;
-      const std::size_t end = !isIco && file % 8 == 1 ? 1024 : source.tablesEnd;
       // Wine keeps an image mapped whose sections cover its own header, so each program has a name of its own.
       const std::wstring name = isIco ? L"fuzz.ico" : L"fuzz" + std::to_wstring(++programs_) + L".exe";
-      const std::wstring path = folder_.WriteBytes(name, mutator_.Mutate(source.bytes, start, end));
+      const Bytes bytes = inHeader ? mutator_.Mutate(source.bytes, 0, 1024)
+                                   : mutator_.Mutate(source.bytes, source.tablesStart, source.tablesEnd);
+      const std::wstring path = folder_.WriteBytes(name, bytes);
       const ApplicationRecord app(functions.GetApplication((isIco ? linkPath_ : path).c_str()));
-      for (std::uint64_t index = 0; app != nullptr && index < app->iconCount; ++index, ++g_icons) {
+      for (std::uint64_t index = 0; app != nullptr && index < app->iconCount; ++index, ++icons) {
         const IconRecord icon(functions.GetApplicationIcon(app.get(), index));
       }
       DeleteFileW(path.c_str());
+      if (file % 100 == 0) EmptyCache();
     }
     functions.Exit();
+    return icons;
   }
 
  private:
+  // Wine reads a whole folder to find that a file is not in it.
+  void EmptyCache() const {
+    for (const auto& entry : std::filesystem::directory_iterator(folder_ / L"cache")) {
+      std::filesystem::remove(entry);
+    }
+  }
+
   const TemporaryFolder folder_{L"quarryFuzz"};
   const RegistryFixture settings_{kSettingsKey};
   const std::wstring linkPath_ = folder_ / L"Fuzz.lnk";
-  Source ico_;
-  Source program_;
-  Mutator mutator_{kSeed};
+  const Source ico_;
+  const Source program_;
+  Mutator mutator_;
   int programs_ = 0;
 };
 
@@ -154,31 +149,27 @@ ResourceGrowth Fuzz(const std::vector<IconImage>& images, int files) {
   feeder.Feed(300);  // the platform keeps what a first use loads
   const ResourceCounts before = ResourceCounts::Now();
   const auto start = std::chrono::steady_clock::now();
-  g_icons = 0;
-  g_messages = 0;
-  feeder.Feed(files);
+  const std::uint64_t icons = feeder.Feed(files);
   const auto spent = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   const ResourceGrowth growth = ResourceCounts::Now() - before;
-  std::cout << files << " files, " << g_icons << " icons, " << g_messages << " messages, " << spent
-            << " s; growth: " << growth.handles << " handles, " << growth.gdiObjects << " GDI objects, "
-            << growth.heapBytes << " bytes\n";
-  EXPECT_GT(g_icons, static_cast<std::uint64_t>(files) / 4);  // the files are not all damaged beyond use
+  std::cout << files << " files, " << icons << " icons, " << spent << " s; growth: " << growth.handles << " handles, "
+            << growth.gdiObjects << " GDI objects, " << growth.heapBytes << " bytes\n";
+  // The files are not all damaged beyond use.
+  EXPECT_GT(icons, static_cast<std::uint64_t>(files) * images.size() / 4);
+  EXPECT_EQ(growth.handles, 0);
+  EXPECT_EQ(growth.gdiObjects, 0);
   return growth;
 }
 
 TEST(IconFuzz, MutatedFilesNeitherCrashNorHangNorLeak) {
-  const ResourceGrowth growth =
-      Fuzz({MakeImage(16, 16, 4), MakeImage(16, 16, 8), MakeImage(24, 24, 24), MakeImage(32, 32, 32)}, g_files / 5 * 4);
-  EXPECT_EQ(growth.handles, 0);
-  EXPECT_EQ(growth.gdiObjects, 0);
-  EXPECT_LT(growth.heapBytes, 65536);
+  const std::vector<IconImage> images = {MakeImage(16, 16, 4), MakeImage(16, 16, 8), MakeImage(24, 24, 24),
+                                         MakeImage(32, 32, 32)};
+  EXPECT_LT(Fuzz(images, g_files / 5 * 4).heapBytes, 65536);
 }
 
 // Wine (8.0) keeps the memory of a PNG image whose stream breaks off, so only the objects are counted.
 TEST(IconFuzz, MutatedPngImagesNeitherCrashNorHangNorLeakObjects) {
-  const ResourceGrowth growth = Fuzz({MakeImage(16, 16, 32), PngImage()}, g_files / 5);
-  EXPECT_EQ(growth.handles, 0);
-  EXPECT_EQ(growth.gdiObjects, 0);
+  Fuzz({MakeImage(16, 16, 32), PngImage()}, g_files / 5);
 }
 
 }  // namespace

@@ -15,21 +15,20 @@ struct IconImage {
   int height = 0;
   int bitCount = 0;
   std::vector<std::uint8_t> bytes;
+  /// What it shows: rows from top to bottom, 0xAARRGGBB, 0 where it is transparent.
+  std::vector<std::uint32_t> picture = {};
 };
 
 /// An image of the classic kind, whose picture depends on `variant`. The left half is opaque. The right half is
-/// transparent by the mask, and in an image of 32 bits by alphas below 255 too.
+/// transparent by the mask, and in an image of 32 bits, where the mask does not count, by alphas from 1 to 254.
 IconImage MakeImage(int width, int height, int bitCount, unsigned variant = 0);
-
-/// The picture of such an image: rows from top to bottom, 0xAARRGGBB. What the mask hides is 0, but in an image of 32
-/// bits every pixel is there as it was stored.
-std::vector<std::uint32_t> PictureOf(const IconImage& image);
 
 /// An ICO file of these images. The directory tells `count` of them when that is not negative.
 std::vector<std::uint8_t> IcoFile(std::span<const IconImage> images, int count = -1);
 
 /// Puts a group of icons into an executable, under a number (MAKEINTRESOURCEW) or a name. The images take the numbers
-/// from `firstId` on; the directory tells `count` of them when that is not negative.
+/// from `firstId` on, where one without bytes is the first once more; the directory tells `count` of them when that is
+/// not negative.
 bool PutIconGroup(const std::wstring& path, LPCWSTR name, std::span<const IconImage> images, int firstId,
                   int count = -1);
 

@@ -31,8 +31,7 @@ bool SetText(IShellLinkW& link, TextSetter setter, const std::wstring& text) {
 }
 
 bool SetIcon(IShellLinkW& link, const Shortcut& shortcut) {
-  return shortcut.iconLocation.empty() ||
-         SUCCEEDED(link.SetIconLocation(shortcut.iconLocation.c_str(), shortcut.iconIndex));
+  return !shortcut.iconLocation || SUCCEEDED(link.SetIconLocation(shortcut.iconLocation->c_str(), shortcut.iconIndex));
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace quarry::test {
@@ -11,7 +12,7 @@ struct Shortcut {
   std::wstring arguments;
   std::wstring description;
   std::wstring workingDirectory;
-  std::wstring iconLocation;
+  std::optional<std::wstring> iconLocation;  ///< an empty one is written too
   int iconIndex = 0;
 };
 

@@ -3,6 +3,7 @@
 #include "tests/support/quarryHost.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace quarry::test {
 namespace {
@@ -23,54 +24,45 @@ Bytes TextBytes(const std::wstring& text) {
   return bytes;
 }
 
-void Align(Bytes& bytes) { bytes.resize((bytes.size() + 3) / 4 * 4); }
-
 /// Every node is: its length, its value's length (in characters for text), its type, its key, its value, its children.
 Bytes Node(const std::wstring& key, std::uint16_t type, const Bytes& value, const std::vector<Bytes>& children = {}) {
   Bytes node(3 * sizeof(std::uint16_t));
-  Append(node, key.c_str(), (key.size() + 1) * sizeof(wchar_t));
-  Align(node);
-  Append(node, value.data(), value.size());
-  for (const Bytes& child : children) {
-    Align(node);
-    Append(node, child.data(), child.size());
-  }
+  const Bytes keyBytes = TextBytes(key);
+  Append(node, keyBytes.data(), keyBytes.size());
+  const auto appendAligned = [&node](const Bytes& part) {
+    node.resize((node.size() + 3) / 4 * 4);
+    Append(node, part.data(), part.size());
+  };
+  appendAligned(value);
+  std::for_each(children.begin(), children.end(), appendAligned);
   const std::uint16_t header[] = {static_cast<std::uint16_t>(node.size()),
                                   static_cast<std::uint16_t>(type == kText ? value.size() / 2 : value.size()), type};
   std::copy_n(reinterpret_cast<const std::uint8_t*>(header), sizeof(header), node.begin());
   return node;
 }
 
-Bytes StringTableBytes(const VersionResource::StringTable& table) {
-  std::vector<Bytes> strings;
-  for (const auto& [key, text] : table.strings) strings.push_back(Node(key, kText, TextBytes(text)));
-  return Node(table.key, kText, {}, strings);
-}
-
-Bytes TranslationBytes(const VersionResource& version) {
-  Bytes table;
-  for (const VersionResource::Translation& translation : version.translations) {
-    Append(table, &translation, sizeof(translation));
-  }
-  return Node(L"VarFileInfo", kText, {}, {Node(L"Translation", kBinary, table)});
-}
-
 }  // namespace
 
 Bytes VersionResourceBytes(const VersionResource& version) {
-  VS_FIXEDFILEINFO fixed{};
-  fixed.dwSignature = VS_FFI_SIGNATURE;
-  fixed.dwStrucVersion = VS_FFI_STRUCVERSION;
-  fixed.dwFileVersionMS = static_cast<DWORD>(version.fileVersion >> 32);
-  fixed.dwFileVersionLS = static_cast<DWORD>(version.fileVersion);
+  const DWORD fixed[] = {VS_FFI_SIGNATURE, VS_FFI_STRUCVERSION, static_cast<DWORD>(version.fileVersion >> 32),
+                         static_cast<DWORD>(version.fileVersion)};
   Bytes fixedBytes;
-  if (version.hasNumbers) Append(fixedBytes, &fixed, sizeof(fixed));
-
+  if (version.hasNumbers) Append(fixedBytes, fixed, sizeof(fixed));
+  if (version.hasNumbers) fixedBytes.resize(sizeof(VS_FIXEDFILEINFO));
   std::vector<Bytes> tables;
-  for (const VersionResource::StringTable& table : version.tables) tables.push_back(StringTableBytes(table));
+  for (const auto& [tableKey, texts] : version.tables) {
+    std::vector<Bytes> strings;
+    strings.reserve(texts.size());
+    for (const auto& [key, text] : texts) strings.push_back(Node(key, kText, TextBytes(text)));
+    tables.push_back(Node(tableKey, kText, {}, strings));
+  }
   std::vector<Bytes> parts;
   if (!tables.empty()) parts.push_back(Node(L"StringFileInfo", kText, {}, tables));
-  if (version.hasTranslations) parts.push_back(TranslationBytes(version));
+  Bytes table;
+  for (const auto& translation : version.translations) Append(table, &translation, sizeof(translation));
+  if (version.hasTranslations) {
+    parts.push_back(Node(L"VarFileInfo", kText, {}, {Node(L"Translation", kBinary, table)}));
+  }
   return Node(L"VS_VERSION_INFO", kBinary, fixedBytes, parts);
 }
 

@@ -2,14 +2,12 @@
 
 #include "lib/misc/versionBlock.h"
 
-#include <gtest/gtest.h>
+#include "tests/support/versionedExecutable.h"
 
-#include <windows.h>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
-#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
@@ -20,59 +18,29 @@ using namespace quarry;
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// One node of a version resource: header, key, value and children, each aligned to four bytes.
-Bytes Node(const std::wstring& key, std::uint16_t type, const Bytes& value, const std::vector<Bytes>& children) {
-  Bytes node(6);
-  const auto append = [&node](const Bytes& bytes) {
-    node.resize((node.size() + 3) & ~std::size_t{3});
-    std::copy(bytes.begin(), bytes.end(), std::back_inserter(node));
-  };
-  for (const wchar_t* character = key.c_str(); character <= key.c_str() + key.size(); ++character) {
-    node.push_back(static_cast<std::uint8_t>(*character & 0xFF));
-    node.push_back(static_cast<std::uint8_t>(*character >> 8));
-  }
-  append(value);
-  for (const Bytes& child : children) append(child);
-  const auto length = static_cast<std::uint16_t>(node.size());
-  const auto valueLength = static_cast<std::uint16_t>(type == 1 ? value.size() / 2 : value.size());
-  std::memcpy(node.data(), &length, 2);
-  std::memcpy(node.data() + 2, &valueLength, 2);
-  std::memcpy(node.data() + 4, &type, 2);
-  return node;
+constexpr wchar_t kKey[] = L"040904e4";
+
+Bytes Resource() {
+  return test::VersionResourceBytes(
+      {false, {}, {{kKey, {{L"ProductName", L"Example Editor"}, {L"CompanyName", L"Example Corp"}}}}});
 }
 
-Bytes TextValue(const std::wstring& text) {
-  const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.c_str());
-  return {bytes, bytes + (text.size() + 1) * sizeof(wchar_t)};
-}
-
-Bytes VersionResource() {
-  const Bytes name = Node(L"ProductName", 1, TextValue(L"Example Editor"), {});
-  const Bytes company = Node(L"CompanyName", 1, TextValue(L"Example Corp"), {});
-  const Bytes table = Node(L"040904e4", 1, {}, {name, company});
-  return Node(L"VS_VERSION_INFO", 0, Bytes(sizeof(VS_FIXEDFILEINFO)), {Node(L"StringFileInfo", 1, {}, {table})});
-}
-
-std::wstring ProductName(const Bytes& resource) {
-  return QueryVersionString(VersionBlock(resource), L"040904e4", L"ProductName");
+std::wstring StringOf(const Bytes& resource, const std::wstring& key = L"ProductName") {
+  return QueryVersionString(VersionBlock(resource), kKey, key);
 }
 
 TEST(VersionBlock, FindsStringsAndCutsThemAtTheResourcesEnd) {
-  const Bytes whole = VersionResource();
-  EXPECT_EQ(ProductName(whole), L"Example Editor");
-  EXPECT_EQ(QueryVersionString(VersionBlock(whole), L"040904e4", L"Comments"), L"");
-
-  Bytes lying = whole;  // the string's own length reaches far behind the resource
-  const auto text = TextValue(L"Example Corp");
-  const auto found = std::search(lying.begin(), lying.end(), text.begin(), text.end());
-  ASSERT_NE(found, lying.end());
-  lying.erase(found + 10, lying.end());
-  EXPECT_EQ(QueryVersionString(VersionBlock(lying), L"040904e4", L"CompanyName"), L"Examp");
-  EXPECT_EQ(ProductName({}), L"");
+  const Bytes whole = Resource();
+  EXPECT_EQ(StringOf(whole), L"Example Editor");
+  EXPECT_EQ(StringOf(whole, L"Comments"), L"");
+  Bytes cut = whole;  // the string's own length reaches behind the resource
+  cut.resize(cut.size() - sizeof(L" Corp"));
+  EXPECT_EQ(StringOf(cut, L"CompanyName"), L"Example");
+  EXPECT_EQ(StringOf({}), L"");
 }
 
 TEST(VersionBlock, SurvivesLyingLengths) {
-  const Bytes whole = VersionResource();
+  const Bytes whole = Resource();
   std::mt19937 random(20261122);
   for (int round = 0; round < 20'000; ++round) {
     Bytes mutated = whole;
@@ -80,13 +48,16 @@ TEST(VersionBlock, SurvivesLyingLengths) {
       mutated[random() % mutated.size()] = static_cast<std::uint8_t>(random() % 3 == 0 ? 0xFF : random());
     }
     mutated.resize(1 + random() % mutated.size());
-    // Whatever comes back lies within the resource.
-    ASSERT_LE(ProductName(mutated).size(), mutated.size() / sizeof(wchar_t));
+    const std::wstring text = StringOf(mutated);
+    mutated.push_back(0);  // a character that was cut in two is filled with a zero
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+    ASSERT_NE(std::search(mutated.begin(), mutated.end(), bytes, bytes + text.size() * sizeof(wchar_t)), mutated.end())
+        << round;
   }
   Bytes endless(whole);
   std::fill(endless.begin(), endless.begin() + 4, std::uint8_t{0xFF});
   endless.resize(300'000, 0xFF);
-  EXPECT_EQ(ProductName(endless).find(L'\0'), std::wstring::npos);
+  EXPECT_EQ(StringOf(endless).find(L'\0'), std::wstring::npos);
 }
 
 TEST(Hash, IsLowerCaseMd5OfAnyLength) {

@@ -59,7 +59,8 @@ void AddIconCommand(CLI::App& parser, Command& chosen) {
   CLI::Option* const json = command->add_flag("--json", options->json, "Write the fields as a JSON object");
   command->add_option("-o,--output", options->outputPath, "Write the picture, a PNG, to FILE")
       ->type_name("FILE")
-      ->excludes(json);
+      ->excludes(json)
+      ->check(RefuseEmptyName);
   command->callback(
       [options, &chosen] { chosen = [options](CommandContext& context) { return RunIcon(*options, context); }; });
 }

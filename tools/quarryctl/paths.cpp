@@ -33,4 +33,6 @@ std::wstring ProgramFolder() {
   return end == std::wstring::npos ? std::wstring() : path.substr(0, end);
 }
 
+std::string RefuseEmptyName(const std::string& path) { return path.empty() ? "the file name is empty" : ""; }
+
 }  // namespace quarryctl

@@ -15,4 +15,7 @@ std::wstring AbsoluteApplicationPath(const std::wstring& path);
 /// Full path of the folder that this program lies in, without a trailing backslash. Empty when it cannot be told.
 std::wstring ProgramFolder();
 
+/// For the check of an option that names a file: what is wrong with `path`, or nothing.
+std::string RefuseEmptyName(const std::string& path);
+
 }  // namespace quarryctl

@@ -63,8 +63,6 @@ bool WriteResult(std::span<const QuarryApplicationInfo> applications, const Scan
   return true;
 }
 
-std::string RefuseEmptyName(const std::string& path) { return path.empty() ? "the file name is empty" : ""; }
-
 void PointToWarnings(const LogView& log, Output& err) {
   if (log.HiddenWarnings() == 0) return;
   err.Write("quarryctl: warnings not shown: " + std::to_string(log.HiddenWarnings()) +
