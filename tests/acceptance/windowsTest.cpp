@@ -85,8 +85,8 @@ struct Case {
 
 /// Opens the windows in a process of `program` and expects each to be decided on, and listed, as its case says.
 void ExpectDecisions(const QuarryHost& host, const std::wstring& program, const std::vector<Case>& cases) {
-  std::vector<WindowSpec> specs;
-  for (const Case& one : cases) specs.push_back(one.window);
+  std::vector<WindowSpec> specs(cases.size());
+  std::transform(cases.begin(), cases.end(), specs.begin(), [](const Case& one) { return one.window; });
   const WindowMaker maker(program, specs);
   HostLog::Clear();
   std::multimap<std::wstring, int> listed;  // title and whether minimized

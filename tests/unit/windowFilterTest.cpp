@@ -85,7 +85,7 @@ class WindowFilter : public ProceduralTest {
   }
   /// A copy of windowMaker that says whose it is.
   std::wstring MakeProgram(const VersionResource& version) {
-    const std::wstring program = folder_ / L"program.exe";
+    std::wstring program = folder_ / L"program.exe";
     std::filesystem::copy_file(FixtureProgram(L"windowMaker"), program,
                                std::filesystem::copy_options::overwrite_existing);
     EXPECT_TRUE(PutResource(program, RT_VERSION, MAKEINTRESOURCEW(1), VersionResourceBytes(version)));
