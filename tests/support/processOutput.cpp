@@ -1,37 +1,33 @@
 #include "tests/support/processOutput.h"
 
+#include "lib/misc/fileBytes.h"
 #include "lib/misc/platformHandles.h"
 
 #include <windows.h>
 
+#include <limits>
 #include <string_view>
-#include <thread>
 
 namespace quarry::test {
 namespace {
 
 constexpr DWORD kTimeLimitMs = 60'000;
 
-struct Pipe {
-  UniqueKernelHandle readEnd;
-  UniqueKernelHandle writeEnd;
-};
-
-// The child inherits the write end only: a read end in the child would keep the pipe open for ever.
-Pipe MakePipe() {
+/// A file for the output of one program, removed when the last who has it open is gone. Not a pipe: what the platform
+/// starts in passing, such as the desktop's shell, can inherit that and keep its reader waiting.
+UniqueFile MakeOutputFile() {
+  wchar_t folder[MAX_PATH + 1] = {};
+  wchar_t path[MAX_PATH] = {};
+  if (GetTempPathW(MAX_PATH + 1, folder) == 0 || GetTempFileNameW(folder, L"out", 0, path) == 0) return {};
   SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
-  Pipe pipe;
-  if (!CreatePipe(pipe.readEnd.put(), pipe.writeEnd.put(), &inherited, 0)) return {};
-  if (!SetHandleInformation(pipe.readEnd.get(), HANDLE_FLAG_INHERIT, 0)) return {};
-  return pipe;
+  return UniqueFile(CreateFileW(path, GENERIC_READ | GENERIC_WRITE,
+                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &inherited, CREATE_ALWAYS,
+                                FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr));
 }
 
-std::string ReadToEnd(HANDLE pipe) {
-  std::string bytes;
-  char buffer[4096];
-  DWORD count = 0;
-  while (ReadFile(pipe, buffer, sizeof(buffer), &count, nullptr) && count > 0) bytes.append(buffer, count);
-  return bytes;
+std::string TextOf(HANDLE file) {
+  const auto bytes = ReadFileAt(file, 0, std::numeric_limits<std::size_t>::max());
+  return bytes ? std::string(bytes->begin(), bytes->end()) : std::string();
 }
 
 // Microsoft Learn, "Parsing C command-line arguments": backslashes are literal unless they stand before a quote.
@@ -68,25 +64,18 @@ UniqueKernelHandle Start(const std::wstring& program, const std::vector<std::wst
 
 std::optional<ProcessOutput> RunProgram(const std::wstring& program, const std::vector<std::wstring>& arguments,
                                         const std::wstring& folder) {
-  Pipe out = MakePipe();
-  Pipe err = MakePipe();
-  if (!out.readEnd || !err.readEnd) return std::nullopt;
-  const UniqueKernelHandle process = Start(program, arguments, folder, out.writeEnd.get(), err.writeEnd.get());
-  out.writeEnd.reset();
-  err.writeEnd.reset();
+  const UniqueFile out = MakeOutputFile();
+  const UniqueFile err = MakeOutputFile();
+  if (!out || !err) return std::nullopt;
+  const UniqueKernelHandle process = Start(program, arguments, folder, out.get(), err.get());
   if (!process) return std::nullopt;
-
-  ProcessOutput result;
-  std::thread outReader([&] { result.out = ReadToEnd(out.readEnd.get()); });
-  std::thread errReader([&] { result.err = ReadToEnd(err.readEnd.get()); });
-  const bool ended = WaitForSingleObject(process.get(), kTimeLimitMs) == WAIT_OBJECT_0;
-  if (!ended) TerminateProcess(process.get(), ERROR_TIMEOUT);
-  outReader.join();
-  errReader.join();
+  if (WaitForSingleObject(process.get(), kTimeLimitMs) != WAIT_OBJECT_0) {
+    TerminateProcess(process.get(), ERROR_TIMEOUT);
+    return std::nullopt;
+  }
   DWORD exitCode = 0;
-  if (!ended || !GetExitCodeProcess(process.get(), &exitCode)) return std::nullopt;
-  result.exitCode = exitCode;
-  return result;
+  if (!GetExitCodeProcess(process.get(), &exitCode)) return std::nullopt;
+  return ProcessOutput{exitCode, TextOf(out.get()), TextOf(err.get())};
 }
 
 }  // namespace quarry::test
