@@ -351,7 +351,8 @@ TEST_F(Icons, AnImageThatLiesAboutItsSizeLeavesOutItsSizeOnly) {
   colorful.bytes[33] = 0xFF;  // in the header's number of colours
   const std::wstring path = Program(L"lies", {broken, cut, huge, colorful, MakeImage(20, 20, 32), good});
   Bytes module = ReadWholeFile(path).value_or(Bytes());
-  const Bytes size = {0xB8, 0x06, 0, 0};  // of the image of 20 pixels, in the tables of the resources
+  // The end of an entry in the tables of the resources: the size of the image of 20 pixels and two fields of zeros.
+  const Bytes size = {0xB8, 0x06, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
   const auto field = std::search(module.begin(), module.end(), size.begin(), size.end());
   ASSERT_NE(field, module.end());
   field[3] = 0x7F;
