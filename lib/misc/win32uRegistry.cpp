@@ -4,9 +4,6 @@
 
 namespace {
 
-// Microsoft Learn, "Registry Element Size Limits".
-constexpr DWORD kValueNameCapacity = 16383 + 1;
-
 void KeepFirst(LSTATUS& kept, LSTATUS result) {
   if (kept == ERROR_SUCCESS) kept = result;
 }
@@ -61,9 +58,9 @@ LSTATUS WinReg_EnumerateValues(HKEY rootKey, const std::string& path, REGSAM ext
 
   LSTATUS kept = ERROR_SUCCESS;
   bool proceed = true;
-  std::wstring name(kValueNameCapacity, L'\0');
+  std::wstring name(kWinRegValueNameCapacity, L'\0');
   for (DWORD index = 0; index < count && proceed; ++index) {
-    DWORD nameLength = kValueNameCapacity;
+    DWORD nameLength = kWinRegValueNameCapacity;
     DWORD type = REG_NONE;
     status = RegEnumValueW(key.get(), index, name.data(), &nameLength, nullptr, &type, nullptr, nullptr);
     if (status == ERROR_NO_MORE_ITEMS) break;  // a value went away since they were counted

@@ -9,8 +9,10 @@
 
 // The registry with UTF-8 key and value names.
 
-/// Room for the longest name of a key and its terminator. Source: Microsoft Learn, "Registry Element Size Limits".
+/// Room for the longest name of a key or a value and its terminator. Source: Microsoft Learn, "Registry Element Size
+/// Limits".
 constexpr DWORD kWinRegKeyNameCapacity = 255 + 1;
+constexpr DWORD kWinRegValueNameCapacity = 16383 + 1;
 
 /// Opens `rootKey`\`path`. Returns the platform's error code, 0 when `key` was set.
 LSTATUS WinReg_OpenKey(HKEY rootKey, const std::string& path, REGSAM access, UniqueRegistryKey& key);

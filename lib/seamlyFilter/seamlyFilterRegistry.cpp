@@ -2,6 +2,7 @@
 
 #include "lib/misc/logEntry.h"
 #include "lib/misc/platformHandles.h"
+#include "lib/misc/win32uRegistry.h"
 #include "lib/seamlyFilter/seamlyFilterRules.h"
 #include "lib/unicode/unicode.h"
 
@@ -15,9 +16,6 @@ constexpr const char* kFilterKeys[] = {
     R"(Software\Velkor, Inc.\Velkor Tarn\Velkor Seamly\Filters)",
     R"(Software\Policies\Velkor, Inc.\Velkor Tarn\Velkor Seamly\Filters)",
 };
-
-// Microsoft Learn, "Registry Element Size Limits": the longest name of a value, with its terminator.
-constexpr DWORD kNameCapacity = 16383 + 1;
 
 // Many times what ten keys with values of full length take. A longer value is left out.
 constexpr DWORD kLongestValue = 16384;  // characters
@@ -57,10 +55,10 @@ void AddRule(const char* path, const std::string& name, DWORD type, std::wstring
 
 /// Returns what ended the enumeration.
 LSTATUS AddValuesOf(HKEY key, const char* path, const char* context) {
-  std::wstring name(kNameCapacity, L'\0');
+  std::wstring name(kWinRegValueNameCapacity, L'\0');
   std::wstring value(kLongestValue, L'\0');
   for (DWORD index = 0;; ++index) {
-    DWORD nameLength = kNameCapacity;
+    DWORD nameLength = kWinRegValueNameCapacity;
     DWORD type = REG_NONE;
     DWORD size = kLongestValue * sizeof(wchar_t);
     const LSTATUS status = RegEnumValueW(key, index, name.data(), &nameLength, nullptr, &type,
