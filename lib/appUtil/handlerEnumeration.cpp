@@ -1,6 +1,6 @@
 #include "lib/appUtil/handlerEnumeration.h"
 
-#include "lib/appUtil/appUtilFileTypesWin32AssocHandlers.h"
+#include "lib/appUtil/protocolHandlers.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
 #include "quarry/facade/quarryImpl.h"
 
 #include "quarry/apps/abstractApp.h"
-#include "quarry/facade/hiddenWindow.h"
 #include "quarry/fileTypes/registeredExtensionsImpl.h"
 #include "quarry/icons/hash.h"
+#include "quarry/launch/hiddenWindow.h"
 #include "quarry/paths/expandPath.h"
 
-#include "lib/appUtil/appUtilFileTypesWin32.h"
+#include "lib/fileTypes/fileTypeTable.h"
 #include "lib/misc/fileBytes.h"
 #include "lib/misc/tickCount.h"
 

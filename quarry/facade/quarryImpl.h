@@ -3,10 +3,10 @@
 #include "quarry/apps/comInterface.h"
 #include "quarry/config/config.h"
 #include "quarry/diagnostics/objectCounters.h"
-#include "quarry/facade/launcher.h"
 #include "quarry/facade/quarry.h"
 #include "quarry/facade/ruleLifetime.h"
 #include "quarry/icons/iconBoss.h"
+#include "quarry/launch/launcher.h"
 #include "quarry/windows/windowManager.h"
 
 #include "lib/misc/platformHandles.h"

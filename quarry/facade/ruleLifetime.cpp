@@ -1,6 +1,6 @@
 #include "quarry/facade/ruleLifetime.h"
 
-#include "lib/seamlyFilter/seamlyFilter.h"
+#include "lib/seamlyFilter/filter.h"
 
 #include <atomic>
 #include <cstdint>

@@ -6,7 +6,7 @@
 #include "quarry/windows/windowImpl.h"
 #include "quarry/windows/windowProbe.h"
 
-#include "lib/seamlyFilter/seamlyFilter.h"
+#include "lib/seamlyFilter/filter.h"
 
 #include <algorithm>
 #include <exception>

@@ -1,8 +1,8 @@
 #include "lib/appUtil/actionUri.h"
-#include "lib/appUtil/appUtilFileTypesWin32.h"
-#include "lib/appUtil/appUtilFileTypesWin32CommandLine.h"
-#include "lib/appUtil/appUtilFileTypesWin32Record.h"
-#include "lib/appUtil/lowerCase.h"
+#include "lib/fileTypes/fileTypeRecord.h"
+#include "lib/fileTypes/fileTypeTable.h"
+#include "lib/fileTypes/handlerPath.h"
+#include "lib/fileTypes/lowerCase.h"
 
 #include "tests/unit/allocationLimit.h"
 #include "tests/unit/fileTypesFixture.h"

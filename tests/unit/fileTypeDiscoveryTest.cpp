@@ -1,4 +1,4 @@
-#include "lib/appUtil/appUtilFileTypesWin32.h"
+#include "lib/fileTypes/fileTypeTable.h"
 
 #include "tests/unit/fileTypesFixture.h"
 

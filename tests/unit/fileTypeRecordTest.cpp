@@ -1,6 +1,7 @@
-#include "lib/appUtil/appUtilFileTypesWin32AssocHandlers.h"
-#include "lib/appUtil/appUtilFileTypesWin32Indirect.h"
-#include "lib/appUtil/appUtilFileTypesWin32Record.h"
+#include "lib/fileTypes/fileTypeRecord.h"
+
+#include "lib/appUtil/protocolHandlers.h"
+#include "lib/fileTypes/indirectString.h"
 
 #include "tests/support/versionedExecutable.h"
 #include "tests/unit/fileTypesFixture.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lib/appUtil/appUtilFileTypesWin32Caches.h"
+#include "lib/fileTypes/lookupCaches.h"
 #include "lib/misc/logEntry.h"
 #include "lib/misc/osVersion.h"
 #include "lib/misc/tickCount.h"

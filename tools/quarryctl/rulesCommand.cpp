@@ -1,6 +1,6 @@
 #include "lib/misc/logEntry.h"
-#include "lib/seamlyFilter/seamlyFilterFile.h"
-#include "lib/seamlyFilter/seamlyFilterRules.h"
+#include "lib/seamlyFilter/ruleFile.h"
+#include "lib/seamlyFilter/rules.h"
 
 #include "tools/quarryctl/command.h"
 #include "tools/quarryctl/paths.h"

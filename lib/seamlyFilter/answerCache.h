@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lib/seamlyFilter/seamlyFilter.h"
+#include "lib/seamlyFilter/filter.h"
 
 #include <windows.h>
 

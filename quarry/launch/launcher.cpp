@@ -1,11 +1,11 @@
-#include "quarry/facade/launcher.h"
+#include "quarry/launch/launcher.h"
 
 #include "quarry/apps/abstractApp.h"
 #include "quarry/diagnostics/log.h"
 #include "quarry/paths/expandPath.h"
 
-#include "lib/appUtil/appUtilWin32.h"
 #include "lib/appUtil/openItems.h"
+#include "lib/appUtil/windowProcess.h"
 
 #include <shellapi.h>
 #include <shlwapi.h>

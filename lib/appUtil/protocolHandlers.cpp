@@ -1,4 +1,4 @@
-#include "lib/appUtil/appUtilFileTypesWin32AssocHandlers.h"
+#include "lib/appUtil/protocolHandlers.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "lib/appUtil/appUtilWin32.h"
+#include "lib/appUtil/windowProcess.h"
 
 #include "lib/misc/logEntry.h"
 #include "lib/misc/osVersion.h"

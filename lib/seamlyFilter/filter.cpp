@@ -1,11 +1,11 @@
-#include "lib/seamlyFilter/seamlyFilter.h"
+#include "lib/seamlyFilter/filter.h"
 
 #include "lib/misc/logEntry.h"
-#include "lib/seamlyFilter/seamlyFilterCache.h"
-#include "lib/seamlyFilter/seamlyFilterData.h"
-#include "lib/seamlyFilter/seamlyFilterFile.h"
-#include "lib/seamlyFilter/seamlyFilterRegistry.h"
-#include "lib/seamlyFilter/seamlyFilterRules.h"
+#include "lib/seamlyFilter/answerCache.h"
+#include "lib/seamlyFilter/ruleFile.h"
+#include "lib/seamlyFilter/ruleRegistry.h"
+#include "lib/seamlyFilter/rules.h"
+#include "lib/seamlyFilter/windowData.h"
 
 #include <algorithm>
 #include <cstdlib>

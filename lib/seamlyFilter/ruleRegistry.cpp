@@ -1,9 +1,9 @@
-#include "lib/seamlyFilter/seamlyFilterRegistry.h"
+#include "lib/seamlyFilter/ruleRegistry.h"
 
 #include "lib/misc/logEntry.h"
 #include "lib/misc/platformHandles.h"
 #include "lib/misc/win32uRegistry.h"
-#include "lib/seamlyFilter/seamlyFilterRules.h"
+#include "lib/seamlyFilter/rules.h"
 #include "lib/unicode/unicode.h"
 
 #include <windows.h>

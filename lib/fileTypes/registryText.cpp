@@ -1,4 +1,4 @@
-#include "lib/appUtil/appUtilFileTypesWin32Registry.h"
+#include "lib/fileTypes/registryText.h"
 
 #include "lib/misc/logEntry.h"
 #include "lib/misc/win32uRegistry.h"

@@ -1,4 +1,4 @@
-#include "lib/seamlyFilter/seamlyFilterCache.h"
+#include "lib/seamlyFilter/answerCache.h"
 
 #include "lib/misc/hashTable.h"
 #include "lib/misc/logEntry.h"

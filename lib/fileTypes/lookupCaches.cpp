@@ -1,4 +1,4 @@
-#include "lib/appUtil/appUtilFileTypesWin32Caches.h"
+#include "lib/fileTypes/lookupCaches.h"
 
 void FileTypeCaches::Clear() {
   progIdCache.clear();

@@ -1,4 +1,4 @@
-#include "lib/appUtil/appUtilFileTypesWin32Indirect.h"
+#include "lib/fileTypes/indirectString.h"
 
 #include "lib/misc/logEntry.h"
 #include "lib/unicode/unicode.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lib/seamlyFilter/seamlyFilterRules.h"
+#include "lib/seamlyFilter/rules.h"
 
 #include <array>
 #include <cstddef>

@@ -1,8 +1,8 @@
-#include "lib/appUtil/appUtilFileTypesWin32Declared.h"
+#include "lib/fileTypes/declaredTypes.h"
 
 #include "lib/appUtil/allocationGuard.h"
-#include "lib/appUtil/appUtilFileTypesWin32Record.h"
-#include "lib/appUtil/appUtilFileTypesWin32Registry.h"
+#include "lib/fileTypes/fileTypeRecord.h"
+#include "lib/fileTypes/registryText.h"
 #include "lib/misc/logEntry.h"
 #include "lib/misc/win32uRegistry.h"
 

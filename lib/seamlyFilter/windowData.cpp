@@ -1,6 +1,6 @@
-#include "lib/seamlyFilter/seamlyFilterData.h"
+#include "lib/seamlyFilter/windowData.h"
 
-#include "lib/appUtil/appUtilWin32.h"
+#include "lib/appUtil/windowProcess.h"
 #include "lib/misc/logEntry.h"
 #include "lib/misc/versionBlock.h"
 #include "lib/unicode/unicode.h"

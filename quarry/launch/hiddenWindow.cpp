@@ -1,4 +1,4 @@
-#include "quarry/facade/hiddenWindow.h"
+#include "quarry/launch/hiddenWindow.h"
 
 #include "quarry/diagnostics/log.h"
 

@@ -1,4 +1,4 @@
-#include "lib/seamlyFilter/seamlyFilterFile.h"
+#include "lib/seamlyFilter/ruleFile.h"
 
 #include "lib/misc/logEntry.h"
 #include "lib/misc/platformHandles.h"

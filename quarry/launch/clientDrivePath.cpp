@@ -1,4 +1,4 @@
-#include "quarry/facade/clientDrivePath.h"
+#include "quarry/launch/clientDrivePath.h"
 
 #include "quarry/diagnostics/log.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lib/appUtil/appUtilFileTypesWin32.h"
+#include "lib/fileTypes/fileTypeTable.h"
 #include "lib/unicode/unicode.h"
 
 #include <map>

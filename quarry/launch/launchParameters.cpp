@@ -1,7 +1,7 @@
-#include "quarry/facade/launchParameters.h"
+#include "quarry/launch/launchParameters.h"
 
 #include "quarry/diagnostics/log.h"
-#include "quarry/facade/clientDrivePath.h"
+#include "quarry/launch/clientDrivePath.h"
 
 #include <windows.h>
 

@@ -1,7 +1,7 @@
-#include "lib/appUtil/appUtilFileTypesWin32CommandLine.h"
+#include "lib/fileTypes/handlerPath.h"
 
 #include "lib/appUtil/executableSearch.h"
-#include "lib/appUtil/lowerCase.h"
+#include "lib/fileTypes/lowerCase.h"
 #include "lib/misc/platformHandles.h"
 #include "lib/misc/tickCount.h"
 #include "lib/unicode/unicode.h"

@@ -1,4 +1,4 @@
-#include "lib/appUtil/lowerCase.h"
+#include "lib/fileTypes/lowerCase.h"
 
 #include "lib/misc/logEntry.h"
 #include "lib/misc/osVersion.h"

@@ -2,7 +2,7 @@
 
 #include "quarry/apps/application.h"
 #include "quarry/config/registry.h"
-#include "quarry/facade/launchParameters.h"
+#include "quarry/launch/launchParameters.h"
 #include "quarry/quarry.h"
 #include "quarry/windows/window.h"
 

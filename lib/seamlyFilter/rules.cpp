@@ -1,4 +1,4 @@
-#include "lib/seamlyFilter/seamlyFilterRules.h"
+#include "lib/seamlyFilter/rules.h"
 
 #include "lib/misc/logEntry.h"
 
