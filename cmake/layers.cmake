@@ -1,67 +1,15 @@
-# The tree's layers: one target per folder, with the folders that it may include from.
+# The tree's layers, one target for each folder, named after it: quarry/apps is quarry_apps.
 #
-# A folder's CMakeLists.txt calls quarry_layer (or quarry_shared_layer, quarry_program) with its sources and with DEPENDS,
-# the layers directly below it. The target is named after the folder: quarry/apps is quarry_apps. A layer may include
-# headers of its own folder and of every layer that it reaches through DEPENDS; the build fails when it includes others.
+# A folder's CMakeLists.txt names in DEPENDS the layers whose headers the folder's files include, no more and no fewer, and
+# in LINKS the libraries of others. It can only name a layer that was added before it, so there are no circles.
 
-# quarry_folder_target(VARIABLE): the target name for the current folder.
-function(quarry_folder_target variable)
-  file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
-  string(REPLACE "/" "_" target ${folder})
-  set(${variable} ${target} PARENT_SCOPE)
-endfunction()
-
-# quarry_declare_layer(TARGET DEPENDENCY...): records what the current folder may include and adds the check to the build.
-function(quarry_declare_layer target)
-  file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
-  set(folders ${folder})
-  foreach(dependency IN LISTS ARGN)
-    if(NOT TARGET ${dependency})
-      message(FATAL_ERROR "${target} depends on ${dependency}, which is no layer that was added before it.")
-    endif()
-    get_target_property(dependencyFolders ${dependency} QUARRY_FOLDERS)
-    if(NOT dependencyFolders)
-      message(FATAL_ERROR "${target} names ${dependency} in DEPENDS, which is no layer: put it into LINKS.")
-    endif()
-    list(APPEND folders ${dependencyFolders})
-  endforeach()
-  list(REMOVE_DUPLICATES folders)
-  if(folder MATCHES "^lib/" AND folders MATCHES "(^|;)quarry/")
-    message(FATAL_ERROR "${target} is in lib/, which must not depend on quarry/.")
-  endif()
-  set_target_properties(${target} PROPERTIES QUARRY_FOLDERS "${folders}")
-
-  file(GLOB files CONFIGURE_DEPENDS *.cpp *.c *.h)
-  set(stamp ${CMAKE_CURRENT_BINARY_DIR}/${target}.includes)
-  set(check ${PROJECT_SOURCE_DIR}/cmake/checkIncludes.cmake)
-  list(JOIN files "|" fileArgument)
-  list(JOIN folders "|" folderArgument)
-  add_custom_command(
-    OUTPUT ${stamp}
-    COMMAND ${CMAKE_COMMAND} -DLAYER=${target} -DROOT=${PROJECT_SOURCE_DIR} "-DFILES=${fileArgument}"
-            "-DFOLDERS=${folderArgument}" -P ${check}
-    COMMAND ${CMAKE_COMMAND} -E touch ${stamp}
-    DEPENDS ${files} ${check}
-    COMMENT "Checking the includes of ${folder}"
-    VERBATIM)
-  add_custom_target(${target}_includes ALL DEPENDS ${stamp})
-  add_dependencies(${target} ${target}_includes)
-endfunction()
-
-# quarry_layer([SOURCES file...] [DEPENDS layer...] [LINKS library...]): the current folder as a static library, or as
-# a header-only one without SOURCES.
+# quarry_layer(SOURCES file... [DEPENDS layer...] [LINKS library...]): the current folder as a static library.
 function(quarry_layer)
   cmake_parse_arguments(PARSE_ARGV 0 arg "" "" "SOURCES;DEPENDS;LINKS")
-  quarry_folder_target(target)
-  set(scope PUBLIC)
-  if(arg_SOURCES)
-    add_library(${target} STATIC ${arg_SOURCES})
-  else()
-    add_library(${target} INTERFACE)
-    set(scope INTERFACE)
-  endif()
-  target_link_libraries(${target} ${scope} quarry_options ${arg_DEPENDS} ${arg_LINKS})
-  quarry_declare_layer(${target} ${arg_DEPENDS})
+  cmake_path(RELATIVE_PATH CMAKE_CURRENT_SOURCE_DIR BASE_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE folder)
+  string(REPLACE "/" "_" target ${folder})
+  add_library(${target} STATIC ${arg_SOURCES})
+  quarry_link(${target} PUBLIC "${arg_DEPENDS}" "${arg_LINKS}")
 endfunction()
 
 # quarry_shared_layer(NAME SOURCES file... [DEPENDS layer...] [LINKS library...]): the current folder as NAME.dll.
@@ -71,16 +19,15 @@ function(quarry_shared_layer name)
   add_library(${name} SHARED ${arg_SOURCES})
   # The file is NAME.dll with every compiler.
   set_target_properties(${name} PROPERTIES PREFIX "")
-  target_link_libraries(${name} PRIVATE quarry_options ${arg_DEPENDS} ${arg_LINKS})
-  quarry_declare_layer(${name} ${arg_DEPENDS})
+  quarry_link(${name} PRIVATE "${arg_DEPENDS}" "${arg_LINKS}")
 endfunction()
 
-# quarry_executable(NAME SOURCES file... [DEPENDS layer...] [LINKS library...] [RC file] [SUBSYSTEM windows|console]
-# [WIDE_MAIN]): a program. WIDE_MAIN for those whose entry point is wmain or wWinMain.
-function(quarry_executable name)
+# quarry_program(NAME SOURCES file... [DEPENDS layer...] [LINKS library...] [RC file] [SUBSYSTEM windows|console]
+# [WIDE_MAIN]): a program of the current folder. WIDE_MAIN for those whose entry point is wmain or wWinMain.
+function(quarry_program name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "WIDE_MAIN" "RC;SUBSYSTEM" "SOURCES;DEPENDS;LINKS")
   add_executable(${name} ${arg_SOURCES} ${arg_RC})
-  target_link_libraries(${name} PRIVATE quarry_options ${arg_DEPENDS} ${arg_LINKS})
+  quarry_link(${name} PRIVATE "${arg_DEPENDS}" "${arg_LINKS}")
   if(arg_SUBSYSTEM STREQUAL "windows")
     set_target_properties(${name} PROPERTIES WIN32_EXECUTABLE ON)
   endif()
@@ -90,9 +37,49 @@ function(quarry_executable name)
   endif()
 endfunction()
 
-# quarry_program(NAME ...): the current folder as NAME.exe, with the arguments of quarry_executable.
-function(quarry_program name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "WIDE_MAIN" "RC;SUBSYSTEM" "SOURCES;DEPENDS;LINKS")
-  quarry_executable(${name} ${ARGN})
-  quarry_declare_layer(${name} ${arg_DEPENDS})
+# quarry_link(TARGET SCOPE DEPENDS LINKS): links, and enters DEPENDS into the current folder's row of the table of layers.
+function(quarry_link target scope depends links)
+  cmake_path(RELATIVE_PATH CMAKE_CURRENT_SOURCE_DIR BASE_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE folder)
+  set_property(GLOBAL APPEND PROPERTY QUARRY_FOLDERS ${folder})
+  foreach(layer IN LISTS depends)
+    if(NOT TARGET ${layer})
+      message(FATAL_ERROR "${folder} names ${layer} in DEPENDS, which is no layer that was added before it.")
+    endif()
+    get_target_property(layerFolder ${layer} SOURCE_DIR)
+    cmake_path(RELATIVE_PATH layerFolder BASE_DIRECTORY ${PROJECT_SOURCE_DIR})
+    if(folder MATCHES "^lib/" AND NOT layerFolder MATCHES "^lib/")
+      message(FATAL_ERROR "${folder} names ${layer} in DEPENDS: lib/ depends on nothing but lib/.")
+    endif()
+    set_property(GLOBAL APPEND PROPERTY QUARRY_LAYERS_OF_${folder} ${layerFolder})
+  endforeach()
+  target_link_libraries(${target} ${scope} quarry_options ${depends} ${links})
+  add_dependencies(${target} includes)
+endfunction()
+
+# quarry_check_includes(): writes the table, a row for each folder, and has the build compare it with what the files
+# include. Called once, after the last folder.
+function(quarry_check_includes)
+  get_property(folders GLOBAL PROPERTY QUARRY_FOLDERS)
+  list(REMOVE_DUPLICATES folders)
+  foreach(folder IN LISTS folders)
+    get_property(layers GLOBAL PROPERTY QUARRY_LAYERS_OF_${folder})
+    list(REMOVE_DUPLICATES layers)
+    list(JOIN layers " " layers)
+    string(APPEND rows "check_folder(${folder} ${layers})\n")
+    list(APPEND patterns ${folder}/*.c ${folder}/*.cpp ${folder}/*.h)
+  endforeach()
+  set(table ${PROJECT_BINARY_DIR}/layerTable.cmake)
+  file(CONFIGURE OUTPUT ${table} CONTENT "${rows}" @ONLY)
+
+  file(GLOB files CONFIGURE_DEPENDS ${patterns})
+  set(stamp ${PROJECT_BINARY_DIR}/includes.stamp)
+  set(check ${PROJECT_SOURCE_DIR}/cmake/checkIncludes.cmake)
+  add_custom_command(
+    OUTPUT ${stamp}
+    COMMAND ${CMAKE_COMMAND} -DROOT=${PROJECT_SOURCE_DIR} -DTABLE=${table} -P ${check}
+    COMMAND ${CMAKE_COMMAND} -E touch ${stamp}
+    DEPENDS ${files} ${table} ${check}
+    COMMENT "Comparing includes with the table of layers"
+    VERBATIM)
+  add_custom_target(includes ALL DEPENDS ${stamp})
 endfunction()
