@@ -6,7 +6,6 @@
 #include "quarry/facade/quarry.h"
 #include "quarry/quarry.h"
 #include "quarry/scan/filterDefinitions.h"
-#include "quarry/scan/scanFilterImpl.h"
 
 #include <algorithm>
 #include <cstdlib>

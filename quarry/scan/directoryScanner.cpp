@@ -7,7 +7,6 @@
 #include "quarry/paths/expandPath.h"
 #include "quarry/paths/pathParts.h"
 #include "quarry/scan/filterDefinitions.h"
-#include "quarry/scan/scanFilterImpl.h"
 
 #include "lib/misc/platformHandles.h"
 

@@ -13,15 +13,16 @@ namespace {
 
 constexpr int kLastFilterNumber = 9;
 
-/// Root is one path, whatever it holds; the pattern lists are cut at ";".
-ScanFilterPtr MakeDefinedFilter(const std::wstring& name, const std::wstring& root, const std::wstring& includes,
-                                const std::wstring& excludes) {
-  std::vector<std::wstring> paths;
-  if (!root.empty()) paths.push_back(root);
-  auto filter = std::make_shared<ScanFilterImpl>(name, std::move(paths));
-  filter->SetIncludes(Str_Split(includes, L';'));
-  filter->SetExcludes(Str_Split(excludes, L';'));
-  return filter;
+std::vector<std::wstring> CutList(const std::wstring& text) { return Str_Split(text, L';'); }
+
+/// The lists of a definition, whose values `read` returns by name. Root is one path, whatever it holds.
+template <typename Read>
+FilterLists ReadLists(const std::wstring& root, Read read) {
+  FilterLists lists;
+  if (!root.empty()) lists.paths.push_back(root);
+  lists.includes = CutList(read(L"Includes"));
+  lists.excludes = CutList(read(L"Excludes"));
+  return lists;
 }
 
 std::wstring ReadText(const Registry& registry, const std::wstring& subkey, const wchar_t* valueName,
@@ -35,12 +36,33 @@ ScanFilterPtr ReadDefinition(const Registry& registry, const std::wstring& subke
   std::uint32_t enabled = 1;
   registry.ReadDword(subkey, L"Enabled", enabled);
   const std::wstring name = ReadText(registry, subkey, L"Name", subkey);
-  const std::wstring includes = ReadText(registry, subkey, L"Includes", L"");
-  const std::wstring excludes = ReadText(registry, subkey, L"Excludes", L"");
-  return enabled == 0 ? nullptr : MakeDefinedFilter(name, root, includes, excludes);
+  FilterLists lists =
+      ReadLists(root, [&](const wchar_t* valueName) { return ReadText(registry, subkey, valueName, L""); });
+  return enabled == 0 ? nullptr : std::make_shared<ScanFilterImpl>(name, std::move(lists));
 }
 
 }  // namespace
+
+ScanFilterPtr MakeFilter(const std::wstring& name, const std::wstring& pathsString, const std::wstring& excludesString,
+                         const std::wstring& includesString) {
+  FilterLists lists;
+  lists.paths = CutList(pathsString);
+  lists.excludes = CutList(excludesString);
+  lists.includes = CutList(includesString);
+  return std::make_shared<ScanFilterImpl>(name, std::move(lists));
+}
+
+ScanFilterPtr MakeSinglePathFilter(const std::wstring& name, const std::wstring& /*path*/) {
+  return std::make_shared<ScanFilterImpl>(name, FilterLists{});
+}
+
+void EnsureDefaultFilters(ScanFilterList& list) {
+  if (!list.empty()) return;
+  list.push_back(MakeFilter(L"Standard", L"%CommonStartMenu%;%DefaultStartMenu%", L"", L"*.lnk"));
+  list.push_back(MakeFilter(L"Internet Explorer",
+                            L"%ProgramFiles%\\Internet Explorer;%ProgramFiles(x86)%\\Internet Explorer", L"",
+                            L"iexplore.exe"));
+}
 
 ScanFilterList LoadFiltersFromIniFile(const std::wstring& iniPath) {
   const IniFile ini(iniPath);
@@ -48,8 +70,8 @@ ScanFilterList LoadFiltersFromIniFile(const std::wstring& iniPath) {
   for (const std::wstring& section : ini.GetSectionNames()) {
     const std::wstring root = ini.GetString(section, L"Root");
     if (root.empty()) Log(LogLevel::Warning, L"Filter defined with no root!\n");
-    filters.push_back(
-        MakeDefinedFilter(section, root, ini.GetString(section, L"Includes"), ini.GetString(section, L"Excludes")));
+    FilterLists lists = ReadLists(root, [&](const wchar_t* key) { return ini.GetString(section, key); });
+    filters.push_back(std::make_shared<ScanFilterImpl>(section, std::move(lists)));
   }
   return filters;
 }
@@ -73,7 +95,7 @@ void LoadFiltersFromRegistry(ScanFilterList& list) {
   }
   if (list.empty() && rootlessSeen && !rootedSeen) {
     Log(LogLevel::Notable, L"Inserting empty filter to prevent revert to default scan settings\n");
-    list.push_back(MakeDefinedFilter(L"", L"", L"", L""));
+    list.push_back(std::make_shared<ScanFilterImpl>(L"", FilterLists{}));
   }
 }
 

@@ -6,6 +6,17 @@
 
 namespace quarry {
 
+/// Builds a filter from lists written as one string each, cut at ";".
+ScanFilterPtr MakeFilter(const std::wstring& name, const std::wstring& pathsString, const std::wstring& excludesString,
+                         const std::wstring& includesString);
+
+/// Builds the filter of a scan that was asked for with a path. Hosts rely on what it has always done: the path is not
+/// put into the filter, which so accepts every file and has nothing to scan.
+ScanFilterPtr MakeSinglePathFilter(const std::wstring& name, const std::wstring& path);
+
+/// Fills an empty list with the built-in filters; a list that holds any is left as it is.
+void EnsureDefaultFilters(ScanFilterList& list);
+
 /// The filters of an INI file, one for each of its sections in order; none for a file that cannot be read. A section
 /// without Root gives a filter without paths.
 ScanFilterList LoadFiltersFromIniFile(const std::wstring& iniPath);

@@ -73,7 +73,7 @@ TEST_F(DirectoryScannerTest, DefaultScanUsesTheDefinitionsAndStopsAtAFilterWitho
 }
 
 TEST_F(DirectoryScannerTest, PathThatExpandsToNothingIsSkippedNotTakenForTheCurrentFolder) {
-  const ScanFilterImpl filter(L"F", {L"%QUARRY_NOTHING%", folder_ / L"a"});
+  const ScanFilterImpl filter(L"F", {.paths = {L"%QUARRY_NOTHING%", folder_ / L"a"}});
   ASSERT_TRUE(SetEnvironmentVariableW(L"QUARRY_NOTHING", L""));
   EXPECT_TRUE(scanner_.ScanDirectory(0, L"", filter, results_));
   EXPECT_TRUE(scanner_.ScanWithFilter(filter, results_));
@@ -83,7 +83,7 @@ TEST_F(DirectoryScannerTest, PathThatExpandsToNothingIsSkippedNotTakenForTheCurr
 
 TEST_F(DirectoryScannerTest, AbortEndsAFilterAndKeepsWhatItHadFound) {
   settings_.SetString(L"", L"WritableFolders", L"stop");
-  const ScanFilterImpl filter(L"F", {folder_ / L"a", folder_.MakeOpenFolder(L"open"), folder_ / L"b"});
+  const ScanFilterImpl filter(L"F", {.paths = {folder_ / L"a", folder_.MakeOpenFolder(L"open"), folder_ / L"b"}});
   EXPECT_FALSE(scanner_.ScanWithFilter(filter, results_));
   EXPECT_THAT(NamesOf(results_), ElementsAre(L"one.bat"));
 }
