@@ -27,13 +27,9 @@ class Registry {
   /// The same for a REG_SZ, cut at its first NUL whether or not it has one.
   LSTATUS ReadString(const std::wstring& subkey, const std::wstring& valueName, std::wstring& out) const;
 
-  /// Tells whether the key exists under one of the paths. With `checkAcl` every one that exists must also pass
-  /// CheckKeyAdminOnly, since each can supply values.
+  /// Tells whether the key exists under one of the paths. With `checkAcl` every one that exists must also be writable
+  /// by administrators only, since each can supply values.
   bool IsKeyAdminOnly(const std::wstring& subkey, bool checkAcl) const;
-
-  /// Tells whether only administrators can set values of the key, which must be open with READ_CONTROL. `keyName`
-  /// stands in the messages.
-  static bool CheckKeyAdminOnly(HKEY key, const std::wstring& keyName);
 
  private:
   template <typename Read>
@@ -43,9 +39,5 @@ class Registry {
   bool policyFirst_;
   ObjectCount count_{"Registry"};
 };
-
-/// Tells whether the DACL grants KEY_SET_VALUE to nobody but `administrators`, by its entries in order. An absent DACL
-/// grants everything to everyone and so does not pass.
-bool IsDaclAdminOnly(PACL dacl, PSID administrators, const std::wstring& keyName);
 
 }  // namespace quarry

@@ -1,4 +1,4 @@
-#include "quarry/config/registry.h"
+#include "quarry/config/adminOnlyKey.h"
 #include "quarry/config/worldWritable.h"
 #include "quarry/diagnostics/log.h"
 
