@@ -50,8 +50,7 @@ std::wstring Config::GetString(Setting setting) const {
 int Config::GetInt(Setting setting) const { return _wtoi(GetString(setting).c_str()); }
 
 bool Config::GetBool(Setting setting) const {
-  const std::optional<bool> value = ParseBool(GetString(setting));
-  return value ? *value : ParseBool(EntryOf(setting).defaultText).value_or(false);
+  return ParseBool(GetString(setting)).value_or(ParseBool(EntryOf(setting).defaultText) == true);
 }
 
 bool Config::CheckWritableFolder(const std::wstring& folderPath, bool& abortScan, bool& skipFolder) const {

@@ -8,13 +8,13 @@ namespace quarry {
 void CountCreated(const char* className);
 void CountDeleted(const char* className);
 
-/// Counts the object that holds it: as created when the holder is constructed or copied, as deleted when the holder is
-/// destroyed. Declare it as the last member, with the holder's class name as a literal.
+/// Counts the object that holds it: as created when the holder is constructed, as deleted when it is destroyed; the
+/// holder cannot be copied. Declare it as the last member, with the holder's class name as a literal.
 class ObjectCount {
  public:
   explicit ObjectCount(const char* className) : className_(className) { CountCreated(className_); }
-  ObjectCount(const ObjectCount& other) : ObjectCount(other.className_) {}
-  ObjectCount& operator=(const ObjectCount&) noexcept { return *this; }  // NOLINT(bugprone-unhandled-self-assignment)
+  ObjectCount(const ObjectCount&) = delete;
+  ObjectCount& operator=(const ObjectCount&) = delete;
   ~ObjectCount() { CountDeleted(className_); }
 
  private:

@@ -87,6 +87,7 @@ std::int32_t ReportTimers() {
   const double ticksPerMillisecond = TicksPerMillisecond();
   std::wcout << L"timer:\n";
   for (const auto& [name, timer] : AllTimers().byName) {
+    // No call has ended yet of a timer that runs while the report is asked for, from within the log callback.
     const double calls = timer.calls == 0 ? 1.0 : static_cast<double>(timer.calls);
     std::wcout << L'\t';
     WriteName(std::wcout, name);
