@@ -57,7 +57,7 @@ SeamlyFilterMatch Ask(const SeamlyFilterData& data) {
   const RuleTable& rules = SeamlyFilterRules();
   // A rule set without an action blocks. What the items of a rule set have set before one of them fails stays for the
   // rule sets behind it.
-  SeamlyFilterMatch match{false, kRuleActionBlock, kWindowTypeNone};
+  SeamlyFilterMatch match{false, RuleAction::Block, WindowType::None};
   for (int index = 0; index <= rules.last; ++index) {
     const RuleSet& set = rules.sets[static_cast<std::size_t>(index)];
     if (set.written > kMaxRuleItems) continue;

@@ -5,19 +5,34 @@
 // Rules by which administrators hide windows or say what kind of window one is. The rules and the results that were
 // found are process-wide; one thread at a time may use them. Messages go to the procedural libraries' log entry.
 
-constexpr int kRuleActionNone = 0;
-constexpr int kRuleActionBlock = 1;
-constexpr int kRuleActionMap = 2;
+enum class RuleAction : int { None = 0, Block = 1, Map = 2 };
 
-constexpr int kWindowTypeNone = -1;
-constexpr int kWindowTypeTooltip = 4;
-constexpr int kWindowTypeCombobox = 9;
+/// The numbers are those of the window systems that the rules were first written for: 11 is not used.
+enum class WindowType : int {
+  None = -1,
+  Normal = 0,
+  Panel = 1,
+  Dialog = 2,
+  Menu = 3,
+  Tooltip = 4,
+  Splash = 5,
+  Toolbar = 6,
+  Dock = 7,
+  Desktop = 8,
+  Combobox = 9,
+  Widget = 10,
+  StartScreen = 12,
+  SidePanel = 13,
+  Taskbar = 14,
+  MetroFullScreen = 15,
+  MetroDocked = 16,
+};
 
 /// What the rules say of a window.
 struct SeamlyFilterMatch {
   bool matched = false;
-  int action = kRuleActionNone;
-  int windowType = kWindowTypeNone;
+  RuleAction action = RuleAction::None;
+  WindowType windowType = WindowType::None;
 };
 
 /// Adds the rule sets of the rules folder's files and then those of the registry. Rule sets whose "notapplicableto"

@@ -7,31 +7,47 @@
 
 namespace {
 
-struct NamedNumber {
+/// A name in a rule, and what it stands for.
+template <typename Value>
+struct Named {
   std::string_view name;
-  int number;
+  Value value;
 };
 
-constexpr NamedNumber kKeys[] = {
-    {"company", 1},  {"product", 2},   {"major", 3}, {"minor", 4},  {"build", 5},
-    {"revision", 6}, {"classname", 7}, {"type", 8},  {"action", 9}, {"notapplicableto", 10},
+constexpr Named<RuleKey> kKeys[] = {
+    {"company", RuleKey::Company},     {"product", RuleKey::Product},
+    {"major", RuleKey::Major},         {"minor", RuleKey::Minor},
+    {"build", RuleKey::Build},         {"revision", RuleKey::Revision},
+    {"classname", RuleKey::ClassName}, {"type", RuleKey::Type},
+    {"action", RuleKey::Action},       {"notapplicableto", RuleKey::NotApplicableTo},
 };
 
-// The numbers are those of the window systems that the rules were first written for: 11 is not used.
-constexpr NamedNumber kWindowTypes[] = {
-    {"normal", 0},     {"panel", 1},    {"dialog", 2},           {"menu", 3},
-    {"tooltip", 4},    {"splash", 5},   {"toolbar", 6},          {"dock", 7},
-    {"desktop", 8},    {"widget", 10},  {"combobox", 9},         {"startscreen", 12},
-    {"sidepanel", 13}, {"taskbar", 14}, {"metrofullscreen", 15}, {"metrodocked", 16},
+constexpr Named<WindowType> kWindowTypes[] = {
+    {"normal", WindowType::Normal},
+    {"panel", WindowType::Panel},
+    {"dialog", WindowType::Dialog},
+    {"menu", WindowType::Menu},
+    {"tooltip", WindowType::Tooltip},
+    {"splash", WindowType::Splash},
+    {"toolbar", WindowType::Toolbar},
+    {"dock", WindowType::Dock},
+    {"desktop", WindowType::Desktop},
+    {"widget", WindowType::Widget},
+    {"combobox", WindowType::Combobox},
+    {"startscreen", WindowType::StartScreen},
+    {"sidepanel", WindowType::SidePanel},
+    {"taskbar", WindowType::Taskbar},
+    {"metrofullscreen", WindowType::MetroFullScreen},
+    {"metrodocked", WindowType::MetroDocked},
 };
 
-constexpr NamedNumber kActions[] = {{"block", kRuleActionBlock}, {"map", kRuleActionMap}};
+constexpr Named<RuleAction> kActions[] = {{"block", RuleAction::Block}, {"map", RuleAction::Map}};
 
-template <std::size_t Size>
-int NumberOf(const NamedNumber (&names)[Size], std::string_view name, int unknown) {
-  const auto* const found =
-      std::find_if(std::begin(names), std::end(names), [name](const NamedNumber& entry) { return entry.name == name; });
-  return found == std::end(names) ? unknown : found->number;
+template <typename Value, std::size_t Size>
+Value ValueOf(const Named<Value> (&names)[Size], std::string_view name) {
+  const auto* const found = std::find_if(std::begin(names), std::end(names),
+                                         [name](const Named<Value>& entry) { return entry.name == name; });
+  return found == std::end(names) ? Value::None : found->value;
 }
 
 /// Whether the list, whose pieces are cut at ",", names the context exactly.
@@ -62,11 +78,11 @@ std::optional<RuleText> SeamlyFilterSplitText(std::string_view text) {
   return RuleText{text.substr(0, equals), text.substr(equals + 1)};
 }
 
-RuleKey SeamlyFilterKeyOf(std::string_view name) { return static_cast<RuleKey>(NumberOf(kKeys, name, 0)); }
+RuleKey SeamlyFilterKeyOf(std::string_view name) { return ValueOf(kKeys, name); }
 
-int SeamlyFilterWindowTypeOf(std::string_view name) { return NumberOf(kWindowTypes, name, kWindowTypeNone); }
+WindowType SeamlyFilterWindowTypeOf(std::string_view name) { return ValueOf(kWindowTypes, name); }
 
-int SeamlyFilterActionOf(std::string_view name) { return NumberOf(kActions, name, kRuleActionNone); }
+RuleAction SeamlyFilterActionOf(std::string_view name) { return ValueOf(kActions, name); }
 
 bool SeamlyFilterBeginRule(RuleReading& reading) {
   // The end of the rule set before may be missing.

@@ -62,10 +62,10 @@ struct RuleText {
 };
 std::optional<RuleText> SeamlyFilterSplitText(std::string_view text);
 
-/// The numbers behind the names, which are told apart by case.
-RuleKey SeamlyFilterKeyOf(std::string_view name);     ///< None for an unknown name
-int SeamlyFilterWindowTypeOf(std::string_view name);  ///< kWindowTypeNone for an unknown name
-int SeamlyFilterActionOf(std::string_view name);      ///< kRuleActionNone for an unknown name
+/// What the names stand for, which are told apart by case; None for an unknown one.
+RuleKey SeamlyFilterKeyOf(std::string_view name);
+WindowType SeamlyFilterWindowTypeOf(std::string_view name);
+RuleAction SeamlyFilterActionOf(std::string_view name);
 
 /// Starts a rule set. False when the table is full: the last rule set then goes on.
 bool SeamlyFilterBeginRule(RuleReading& reading);

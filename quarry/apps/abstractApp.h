@@ -17,6 +17,9 @@ class AbstractApp : public File {
   /// Empty, with a message, when no application can be made. With `iconBoss` null no icons are looked up.
   static ApplicationPtr NewAppFromPath(IconBoss* iconBoss, const std::wstring& path);
 
+  /// Tells whether `path` names a file, once expanded, from which an application can be made. Looks up no icons.
+  static bool IsAppFile(const std::wstring& path);
+
   std::wstring GetProductName() const override { return GetBaseName(); }
   std::wstring GetProductVersion() const override { return {}; }
   std::wstring GetFileDescription() const override { return {}; }

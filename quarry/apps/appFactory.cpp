@@ -6,6 +6,8 @@
 #include "quarry/diagnostics/timers.h"
 #include "quarry/paths/expandPath.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <iterator>
 
@@ -31,6 +33,7 @@ ApplicationPtr AbstractApp::NewAppFromPath(IconBoss* iconBoss, const std::wstrin
   if (extension == L"lnk") {
     Log(LogLevel::Notable, L"Creating Shortcut from \"%s\"\n", normalized.c_str());
     std::shared_ptr<Shortcut> shortcut = Shortcut::NewInstance(iconBoss, normalized);
+    // A shortcut that was resolved has a target. Should one come without, it has nothing to start: no application.
     return shortcut != nullptr && shortcut->GetTarget() != nullptr ? shortcut : nullptr;
   }
   if (extension == L"exe") {
@@ -43,6 +46,13 @@ ApplicationPtr AbstractApp::NewAppFromPath(IconBoss* iconBoss, const std::wstrin
   }
   Log(LogLevel::Notable, L"Unsupported extension %s in \"%s\"\n", extension.c_str(), normalized.c_str());
   return nullptr;
+}
+
+bool AbstractApp::IsAppFile(const std::wstring& path) {
+  const std::wstring expanded = ExpandPath(path);
+  const DWORD attributes = GetFileAttributesW(expanded.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return false;
+  return NewAppFromPath(nullptr, expanded) != nullptr;
 }
 
 }  // namespace quarry

@@ -123,7 +123,6 @@ std::vector<IconPtr> Shortcut::GetIcons(IconBoss& iconBoss) const {
   }
   if (iconLocation_.path.empty()) {
     Log(LogLevel::Notable, L"Shortcut \"%s\": no icon file\n", name.c_str());
-    if (target_ == nullptr) return {};
     const std::wstring targetPath = target_->GetPath();
     Log(LogLevel::Notable, L"Shortcut \"%s\": getting icons from target \"%s\"\n", name.c_str(), targetPath.c_str());
     std::vector<IconPtr> icons = iconBoss.GetIconsFromFile(targetPath, 0);

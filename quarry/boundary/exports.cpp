@@ -12,18 +12,20 @@
 #include <cstring>
 #include <iterator>
 #include <memory>
-#include <new>
 #include <utility>
 #include <vector>
 
+using quarry::AllocateZeroed;
 using quarry::ApplicationList;
 using quarry::ApplicationMap;
 using quarry::ApplicationPtr;
+using quarry::ExtensionPtr;
 using quarry::Guarded;
 using quarry::IconPtr;
 using quarry::Log;
 using quarry::LogLevel;
 using quarry::RecordArray;
+using quarry::RegisteredExtensions;
 using quarry::ScanFilterList;
 using quarry::ScanFilterPtr;
 
@@ -67,6 +69,14 @@ QuarryApplicationInfo* HandOutApplication(const ApplicationPtr& application) {
   return application != nullptr ? HandOutApplications({application}) : nullptr;
 }
 
+QuarryExtensionList* HandOutExtensions(const RegisteredExtensions& extensions) {
+  RecordArray<QuarryExtensionEntry> entries(extensions.GetEntries().size());
+  for (const ExtensionPtr& extension : extensions.GetEntries()) entries.Append(*extension);
+  UniqueMalloc<QuarryExtensionList> list = AllocateZeroed<QuarryExtensionList>(1);
+  *list = {extensions.GetCount(), entries.Release()};
+  return list.release();
+}
+
 void RunFilters(const ScanFilterList& filters, QuarryApplicationInfo** outApps, std::uint64_t* outCount) {
   *outCount = 0;
   ApplicationList all;
@@ -108,21 +118,21 @@ void FillTable(QuarryFunctions& table) {
 }  // namespace
 
 void Quarry_Init(QuarryLogFn log, uint32_t buildFileTypeDatabase, QuarryFunctions* table) {
-  Guarded("Quarry_Init", [=] {
+  Guarded(__func__, [=] {
     if (g_quarry == nullptr) g_quarry = quarry::CreateQuarry(log, buildFileTypeDatabase != 0).release();
   });
   if (table != nullptr) FillTable(*table);
 }
 
 void Quarry_Exit() {
-  Guarded("Quarry_Exit", [] {
+  Guarded(__func__, [] {
     ApplicationMap::Instance().Clear();
     const std::unique_ptr<quarry::Quarry> last(std::exchange(g_quarry, nullptr));
   });
 }
 
 int32_t Quarry_ReportDebugInfo() {
-  return Guarded("Quarry_ReportDebugInfo", 0, [] {
+  return Guarded(__func__, [] {
     quarry::ReportLeaks(true);
     return quarry::ReportTimers();
   });
@@ -130,7 +140,7 @@ int32_t Quarry_ReportDebugInfo() {
 
 void Quarry_GetOpenWindows(QuarryWindowInfo** outWindows, uint64_t* outCount) {
   if (g_quarry == nullptr || outWindows == nullptr || outCount == nullptr) return;
-  Guarded("Quarry_GetOpenWindows", [=] {
+  Guarded(__func__, [=] {
     *outWindows = nullptr;
     *outCount = 0;
     const quarry::WindowList windows = g_quarry->GetOpenWindows();
@@ -144,7 +154,7 @@ void Quarry_GetOpenWindows(QuarryWindowInfo** outWindows, uint64_t* outCount) {
 
 void Quarry_ScanApplicationsUsingIniFile(const wchar_t* iniPath, QuarryApplicationInfo** outApps, uint64_t* outCount) {
   if (g_quarry == nullptr || iniPath == nullptr || outApps == nullptr || outCount == nullptr) return;
-  Guarded("Quarry_ScanApplicationsUsingIniFile", [=] {
+  Guarded(__func__, [=] {
     ScanFilterList filters;
     if (*iniPath == L'\0') {
       quarry::GetConfiguredFilters(filters);
@@ -162,7 +172,7 @@ void Quarry_ScanApplicationsUsingIniFile(const wchar_t* iniPath, QuarryApplicati
 void Quarry_ScanApplications(const wchar_t* const* paths, uint64_t count, QuarryApplicationInfo** outApps,
                              uint64_t* outCount) {
   if (g_quarry == nullptr || outApps == nullptr || outCount == nullptr) return;
-  Guarded("Quarry_ScanApplications", [=] {
+  Guarded(__func__, [=] {
     ScanFilterList filters;
     if (count == 0) quarry::GetConfiguredFilters(filters);
     for (uint64_t index = 0; index < count; ++index) {
@@ -175,13 +185,12 @@ void Quarry_ScanApplications(const wchar_t* const* paths, uint64_t count, Quarry
 
 QuarryApplicationInfo* Quarry_GetApplication(const wchar_t* path) {
   if (g_quarry == nullptr || path == nullptr) return nullptr;
-  return Guarded("Quarry_GetApplication", static_cast<QuarryApplicationInfo*>(nullptr),
-                 [=] { return HandOutApplication(g_quarry->GetApplication(path)); });
+  return Guarded(__func__, [=] { return HandOutApplication(g_quarry->GetApplication(path)); });
 }
 
 QuarryIconInfo* Quarry_GetApplicationIcon(const QuarryApplicationInfo* app, uint64_t index) {
   if (g_quarry == nullptr || app == nullptr || app->path == nullptr) return nullptr;
-  return Guarded("Quarry_GetApplicationIcon", static_cast<QuarryIconInfo*>(nullptr), [=]() -> QuarryIconInfo* {
+  return Guarded(__func__, [=]() -> QuarryIconInfo* {
     const ApplicationPtr application = ApplicationMap::Instance().Find(app);
     if (application == nullptr) {
       Log(LogLevel::Error, L"Unable to find application %s in internal map.\n", app->path);
@@ -193,20 +202,18 @@ QuarryIconInfo* Quarry_GetApplicationIcon(const QuarryApplicationInfo* app, uint
 
 QuarryIconInfo* Quarry_GetIcon(const wchar_t* name) {
   if (g_quarry == nullptr || name == nullptr) return nullptr;
-  return Guarded("Quarry_GetIcon", static_cast<QuarryIconInfo*>(nullptr),
-                 [=] { return HandOutIcon(g_quarry->GetIcon(name)); });
+  return Guarded(__func__, [=] { return HandOutIcon(g_quarry->GetIcon(name)); });
 }
 
 int32_t Quarry_GetIconData(const wchar_t* name, void** outData, uint64_t* outSize) {
   if (g_quarry == nullptr || name == nullptr || outData == nullptr || outSize == nullptr) return 0;
-  return Guarded("Quarry_GetIconData", 0, [=] {
+  return Guarded(__func__, [=] {
     *outSize = 0;
     const std::vector<std::uint8_t> data = g_quarry->GetIconData(name);
     if (data.empty()) return 0;
-    void* const block = std::malloc(data.size());
-    if (block == nullptr) throw std::bad_alloc();
-    std::memcpy(block, data.data(), data.size());
-    *outData = block;
+    UniqueMalloc<std::uint8_t> block = AllocateZeroed<std::uint8_t>(data.size());
+    std::memcpy(block.get(), data.data(), data.size());
+    *outData = block.release();
     *outSize = data.size();
     return 1;
   });
@@ -214,21 +221,12 @@ int32_t Quarry_GetIconData(const wchar_t* name, void** outData, uint64_t* outSiz
 
 QuarryExtensionList* Quarry_GetApplicationRegisteredExtensions(const wchar_t* path) {
   if (g_quarry == nullptr || path == nullptr) return nullptr;
-  return Guarded("Quarry_GetApplicationRegisteredExtensions", static_cast<QuarryExtensionList*>(nullptr),
-                 [=]() -> QuarryExtensionList* {
-                   const auto extensions = g_quarry->GetApplicationRegisteredExtensions(path);
-                   if (extensions == nullptr) return nullptr;
-                   RecordArray<QuarryExtensionEntry> entries(extensions->GetEntries().size());
-                   for (const quarry::ExtensionPtr& extension : extensions->GetEntries()) entries.Append(*extension);
-                   auto* const list = static_cast<QuarryExtensionList*>(std::malloc(sizeof(QuarryExtensionList)));
-                   if (list != nullptr) *list = {extensions->GetCount(), entries.Release()};
-                   return list;
-                 });
+  return Guarded(__func__, [=] { return HandOutExtensions(*g_quarry->GetApplicationRegisteredExtensions(path)); });
 }
 
 int32_t Quarry_VerifyApplication(const wchar_t* path) {
   if (g_quarry == nullptr || path == nullptr) return 0;
-  return Guarded("Quarry_VerifyApplication", 0, [=] { return g_quarry->VerifyApplication(path) ? 1 : 0; });
+  return Guarded(__func__, [=] { return g_quarry->VerifyApplication(path) ? 1 : 0; });
 }
 
 uint32_t Quarry_LaunchApplication(const wchar_t* path, uint32_t flags, const wchar_t* arguments,
@@ -237,7 +235,7 @@ uint32_t Quarry_LaunchApplication(const wchar_t* path, uint32_t flags, const wch
   if (g_quarry == nullptr || path == nullptr || arguments == nullptr || workingDirectory == nullptr) {
     return QUARRY_LAUNCH_REFUSED;
   }
-  return Guarded("Quarry_LaunchApplication", QUARRY_LAUNCH_REFUSED, [=] {
+  return Guarded(__func__, QUARRY_LAUNCH_REFUSED, [=] {
     return g_quarry->LaunchApplication(path, flags, arguments, workingDirectory, parameterCount, parameters);
   });
 }
@@ -260,7 +258,7 @@ void Quarry_FreeApplication(QuarryApplicationInfo* app) { Quarry_FreeApplication
 void Quarry_FreeApplications(QuarryApplicationInfo* apps, uint64_t count) {
   if (apps == nullptr) return;
   for (uint64_t index = 0; index < count; ++index) {
-    Guarded("Quarry_FreeApplications", [=] { LeaveMap(apps[index]); });
+    Guarded(__func__, [=] { LeaveMap(apps[index]); });
     quarry::FreeStrings(apps[index]);
   }
   std::free(apps);

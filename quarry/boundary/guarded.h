@@ -3,6 +3,7 @@
 #include "quarry/diagnostics/log.h"
 
 #include <exception>
+#include <type_traits>
 
 namespace quarry {
 
@@ -16,8 +17,8 @@ inline void LogRaised(const char* exportName, const char* what) noexcept {
   }
 }
 
-/// Runs the body of an export and lets no error pass the C boundary: one raised inside is logged and becomes
-/// `fallback`.
+/// Runs the body of the export `exportName` (its __func__) and lets no error pass the C boundary: one raised inside is
+/// logged and becomes `fallback`.
 template <typename Result, typename Body>
 Result Guarded(const char* exportName, Result fallback, Body body) noexcept {
   try {
@@ -30,13 +31,18 @@ Result Guarded(const char* exportName, Result fallback, Body body) noexcept {
   return fallback;
 }
 
-/// The same for an export without a result.
+/// The same for an export that answers null or zero then, or has no result.
 template <typename Body>
-void Guarded(const char* exportName, Body body) noexcept {
-  Guarded(exportName, 0, [&body] {
-    body();
-    return 0;
-  });
+auto Guarded(const char* exportName, Body body) noexcept {
+  using Result = std::invoke_result_t<Body>;
+  if constexpr (std::is_void_v<Result>) {
+    Guarded(exportName, 0, [&body] {
+      body();
+      return 0;
+    });
+  } else {
+    return Guarded(exportName, Result{}, body);
+  }
 }
 
 }  // namespace quarry

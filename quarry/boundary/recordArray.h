@@ -10,15 +10,21 @@
 
 namespace quarry {
 
+/// Memory of the runtime heap for `count` zeros of a type. Throws std::bad_alloc when there is none; a count of 0 has a
+/// block as well.
+template <typename T>
+UniqueMalloc<T> AllocateZeroed(std::size_t count) {
+  UniqueMalloc<T> block(static_cast<T*>(std::calloc(std::max<std::size_t>(count, 1), sizeof(T))));
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+
 /// An array of records while it is being built: frees the records filled so far unless it is handed out.
 template <typename Record>
 class RecordArray {
  public:
-  /// Throws std::bad_alloc when there is no memory for `capacity` records. A capacity of 0 still has a block.
-  explicit RecordArray(std::size_t capacity)
-      : block_(static_cast<Record*>(std::calloc(std::max<std::size_t>(capacity, 1), sizeof(Record)))) {
-    if (block_ == nullptr) throw std::bad_alloc();
-  }
+  /// Throws std::bad_alloc when there is no memory for `capacity` records.
+  explicit RecordArray(std::size_t capacity) : block_(AllocateZeroed<Record>(capacity)) {}
   ~RecordArray() {
     for (std::size_t index = 0; block_ != nullptr && index < count_; ++index) FreeStrings(block_.get()[index]);
   }

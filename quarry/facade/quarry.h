@@ -28,8 +28,8 @@ class Quarry {
   virtual IconPtr GetIcon(const std::wstring& name) = 0;
   /// The bytes of that icon's PNG file; empty, with a message, when there is none.
   virtual std::vector<std::uint8_t> GetIconData(const std::wstring& name) = 0;
-  /// The file types of the application at `path`. Throws std::bad_alloc when the facade was made without the file-type
-  /// database.
+  /// The file types of the application at `path`; never empty. Throws std::bad_alloc when the facade was made without
+  /// the file-type database.
   virtual RegisteredExtensionsPtr GetApplicationRegisteredExtensions(const wchar_t* path) = 0;
   /// Tells whether an application can be made from the file at `path`. Mines no icons.
   virtual bool VerifyApplication(const std::wstring& path) = 0;

@@ -3,16 +3,13 @@
 #include "quarry/apps/abstractApp.h"
 #include "quarry/fileTypes/registeredExtensionsImpl.h"
 #include "quarry/icons/hash.h"
+#include "quarry/icons/pngFile.h"
 #include "quarry/launch/hiddenWindow.h"
-#include "quarry/paths/expandPath.h"
 
 #include "lib/fileTypes/fileTypeTable.h"
-#include "lib/misc/fileBytes.h"
 #include "lib/misc/tickCount.h"
 
 #include <new>
-#include <optional>
-#include <utility>
 
 namespace quarry {
 
@@ -50,8 +47,7 @@ QuarryImpl::QuarryImpl(LogCallback log, bool buildFileTypeDatabase)
       hiddenWindow_(CreateHiddenWindow()),
       fileTypesBuiltAt_(buildFileTypeDatabase ? BuildFileTypes() : 0),
       settingsKey_(std::make_unique<Registry>(kSettingsRoot, true)),
-      launcher_(*settingsKey_, iconBoss_.get(), hiddenWindow_.get(),
-                [this](const Application& application) { return GetWindowsOf(application); }) {}
+      launcher_(*settingsKey_, iconBoss_.get(), hiddenWindow_.get(), *windowManager_) {}
 
 QuarryImpl::~QuarryImpl() { Hash::ReleaseProvider(); }
 
@@ -72,15 +68,9 @@ IconPtr QuarryImpl::GetIcon(const std::wstring& name) {
 }
 
 std::vector<std::uint8_t> QuarryImpl::GetIconData(const std::wstring& name) {
-  const IconPtr icon = GetIcon(name);
-  if (icon == nullptr) {
-    Log(LogLevel::Error, L"Unknown icon %s\n", name.c_str());
-    return {};
-  }
-  const std::wstring path = icon->GetPath();
-  std::optional<std::vector<std::uint8_t>> bytes = ReadWholeFile(path);
-  if (!bytes) Log(LogLevel::Error, L"Failed to read icon file %s\n", path.c_str());
-  return std::move(bytes).value_or(std::vector<std::uint8_t>());
+  if (const IconPtr icon = GetIcon(name)) return ReadPng(icon->GetPath());
+  Log(LogLevel::Error, L"Unknown icon %s\n", name.c_str());
+  return {};
 }
 
 RegisteredExtensionsPtr QuarryImpl::GetApplicationRegisteredExtensions(const wchar_t* path) {
@@ -89,26 +79,10 @@ RegisteredExtensionsPtr QuarryImpl::GetApplicationRegisteredExtensions(const wch
   return std::make_shared<RegisteredExtensionsImpl>(path);
 }
 
-bool QuarryImpl::VerifyApplication(const std::wstring& path) {
-  const std::wstring expanded = ExpandPath(path);
-  const DWORD attributes = GetFileAttributesW(expanded.c_str());
-  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return false;
-  return AbstractApp::NewAppFromPath(nullptr, expanded) != nullptr;
-}
+bool QuarryImpl::VerifyApplication(const std::wstring& path) { return AbstractApp::IsAppFile(path); }
 
 WindowList QuarryImpl::GetOpenWindows() {
   return windowManager_->Enumerate({L"", true, WindowCriteria::kMatchVisibility});
-}
-
-WindowList QuarryImpl::GetWindowsOf(const Application& application) const {
-  const std::wstring path = application.GetPath();
-  const std::wstring imagePath = application.GetTargetPath();
-  Log(LogLevel::Detail, L"Getting windows for app %s (image path %s)\n", path.c_str(), imagePath.c_str());
-  if (imagePath.empty()) {
-    Log(LogLevel::Warning, L"Unable to get an image path for %s\n", path.c_str());
-    return {};
-  }
-  return windowManager_->Enumerate({imagePath, true, WindowCriteria::kMatchAll});
 }
 
 std::uint32_t QuarryImpl::LaunchApplication(const std::wstring& path, std::uint32_t flags,

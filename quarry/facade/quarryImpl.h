@@ -34,9 +34,6 @@ class QuarryImpl : public Quarry {
                                   const std::wstring& workingDirectory, std::int32_t parameterCount,
                                   const QuarryLaunchParameter* parameters) override;
 
-  /// The visible windows of the program that `application` runs as; none, with a message, when it has no target.
-  WindowList GetWindowsOf(const Application& application) const;
-
  private:
   DirectoryScanner Scanner() const { return {*config_, iconBoss_.get()}; }
 

@@ -24,7 +24,6 @@ std::wstring ProgramPath(const std::wstring& path) {
 std::map<std::string, std::string> TypesOf(const std::string& program) {
   std::map<std::string, std::string> types;
   for (const ConstFileTypeInfoPtr& record : AppUtil_FindFileTypes(program)) {
-    if (record->isProtocol > 1) continue;
     std::string& description = types[record->typeName];
     // Several registry sources can name the application for one type, and not all of them have a name for it.
     if (description.empty()) description = record->ApplicationFriendlyName(program);

@@ -48,6 +48,7 @@ std::wstring Hash::MD5(std::span<const std::uint8_t> bytes) {
     Log(LogLevel::Error, L"Hash: CryptCreateHash failed, error %ld\n", GetLastError());
     return {};
   }
+  // No icon comes near this. CryptHashData takes half of the length: it would hash a beginning and call it the whole.
   if (bytes.size() > std::numeric_limits<DWORD>::max()) SetLastError(ERROR_INVALID_PARAMETER);
   if (bytes.size() > std::numeric_limits<DWORD>::max() ||
       CryptHashData(hash.get(), bytes.data(), static_cast<DWORD>(bytes.size()), 0) == FALSE) {

@@ -41,7 +41,8 @@ class IconMiner {
  protected:
   IconMiner() = default;
 
-  /// Whether Init has succeeded; logs when it has not.
+  /// Whether Init has succeeded; logs when it has not. Open hands out no other miners, but the kinds can be made
+  /// without it.
   bool CheckInitialized() const;
 
   bool initialized_ = false;

@@ -2,11 +2,12 @@
 
 #include "quarry/diagnostics/log.h"
 
+#include "lib/misc/fileBytes.h"
 #include "lib/misc/platformHandles.h"
 #include "lib/string/str.h"
 
 #include <cwchar>
-#include <vector>
+#include <utility>
 
 namespace quarry {
 
@@ -88,6 +89,12 @@ std::optional<CLSID> FindPngEncoder() {
   }
   Log(LogLevel::Error, L"Failed to load PNG converter!\n");
   return std::nullopt;
+}
+
+std::vector<std::uint8_t> ReadPng(const std::wstring& path) {
+  std::optional<std::vector<std::uint8_t>> bytes = ReadWholeFile(path);
+  if (!bytes) Log(LogLevel::Error, L"Failed to read icon file %s\n", path.c_str());
+  return std::move(bytes).value_or(std::vector<std::uint8_t>());
 }
 
 Status WritePng(const std::wstring& path, HICON icon, const IconPixels& pixels, PngSource source,

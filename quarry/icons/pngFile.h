@@ -3,8 +3,10 @@
 #include "quarry/icons/gdiPlus.h"
 #include "quarry/icons/iconPixels.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace quarry {
 
@@ -13,6 +15,9 @@ std::optional<CLSID> FindPngEncoder();
 
 /// Whether there is anything at `path`.
 bool IsThere(const std::wstring& path);
+
+/// The bytes of the PNG file at `path`; empty, with a message, when it cannot be read.
+std::vector<std::uint8_t> ReadPng(const std::wstring& path);
 
 /// Where the picture of a PNG file comes from.
 enum class PngSource {

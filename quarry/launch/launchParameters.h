@@ -1,8 +1,7 @@
 #pragma once
 
-#include "quarry/quarry.h"
+#include "quarry/launch/launchRequest.h"
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,10 +15,8 @@ struct LaunchItems {
   std::wstring commandLine;  ///< the last one given
 };
 
-/// Reads the custom parameters in order and checks each path against the policy: files on client drives and URLs are
-/// accepted, other network paths never, local paths only with `allowLocalFiles`. Nothing, with a message, as soon as
-/// one is refused or of no known type.
-std::optional<LaunchItems> ReadLaunchParameters(std::int32_t count, const QuarryLaunchParameter* parameters,
-                                                bool allowLocalFiles);
+/// Reads the custom parameters of a request that has some, in order, and has each file and URL judged (AcceptItem).
+/// Nothing, with a message, as soon as one is refused or of no known type.
+std::optional<LaunchItems> ReadLaunchParameters(const LaunchRequest& request);
 
 }  // namespace quarry

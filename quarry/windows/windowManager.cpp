@@ -19,6 +19,8 @@ namespace {
 constexpr wchar_t kHiddenWindowsEvent[] = L"Local\\VelkorSeamlyWindowsHiddenByHost";
 constexpr wchar_t kTrayIconsEvent[] = L"Local\\SeamlyTrayIconsActiveEvent";
 
+/// What is decided of a window before all other tests. No window is kept so today: the answer is for one that has to be
+/// listed whatever the rules of administrators and its own styles say.
 enum class SpecialCase { None, Skip, Keep };
 
 /// Not set at first. Asks for no more than waiting takes: who made the event may grant no more.
@@ -90,17 +92,17 @@ bool IsWanted(HWND window, const WindowAttributes& attributes, const WindowProce
     return false;
   }
   const SeamlyFilterMatch rule = SeamlyFilter_FindMatchingRule(window);
-  if (rule.matched && rule.action == kRuleActionBlock) {
+  if (rule.matched && rule.action == RuleAction::Block) {
     VerboseLog(L"    Skipped (blocked by filter)\n");
     return false;
   }
   constexpr DWORD kBalloon = WS_EX_TRANSPARENT | WS_EX_LAYERED;
-  if (rule.windowType != kWindowTypeTooltip && (attributes.info.dwExStyle & kBalloon) == kBalloon) {
+  if (rule.windowType != WindowType::Tooltip && (attributes.info.dwExStyle & kBalloon) == kBalloon) {
     VerboseLog(L"    Skipped (transparent balloon window)\n");
     return false;
   }
   // Child windows are gone by now; this holds for a chain whose order is changed.
-  if (attributes.HasAny(WS_CHILD) && rule.windowType != kWindowTypeCombobox) {
+  if (attributes.HasAny(WS_CHILD) && rule.windowType != WindowType::Combobox) {
     VerboseLog(L"    Skipped (child window)\n");
     return false;
   }

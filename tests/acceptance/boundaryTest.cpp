@@ -9,10 +9,12 @@
 
 #include <windows.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <regex>
 #include <set>
+#include <utility>
 
 namespace quarry::test {
 namespace {
@@ -375,6 +377,60 @@ TEST_F(Boundary, VerifyTakesFilesThatMakeAnApplicationOnly) {
   for (const auto& [path, verified] : kCases)
     EXPECT_EQ(host->VerifyApplication(path.c_str()), verified) << path.c_str();
   EXPECT_THAT(HostLog::Holding(L"Getting icons"), IsEmpty());
+}
+
+/// The place in the library's import table from which it calls the function `name`; null when it calls none.
+void** ImportSlot(const char* name) {
+  auto* const base = static_cast<std::uint8_t*>(Dll().Module());
+  const auto* const headers =
+      reinterpret_cast<const IMAGE_NT_HEADERS*>(base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
+  const auto& entry = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+  for (const auto* module = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + entry.VirtualAddress);
+       module->Name != 0; ++module) {
+    const auto* names = reinterpret_cast<const ULONGLONG*>(base + module->OriginalFirstThunk);
+    auto* slots = reinterpret_cast<void**>(base + module->FirstThunk);
+    for (; *names != 0; ++names, ++slots) {
+      if (IMAGE_SNAP_BY_ORDINAL64(*names)) continue;
+      if (std::strcmp(reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + *names)->Name, name) == 0) return slots;
+    }
+  }
+  return nullptr;
+}
+
+std::size_t g_refusedSize = 0;
+int g_blocksToPass = 0;
+
+void* CallocUntilRefused(std::size_t count, std::size_t size) {
+  return size == g_refusedSize && g_blocksToPass-- == 0 ? nullptr : std::calloc(count, size);
+}
+
+TEST_F(Boundary, RecordsThatFindNoMemoryAreLoggedAndLeaveNothing) {
+  void** const slot = ImportSlot("calloc");
+  ASSERT_NE(slot, nullptr);
+  const QuarryHost host(true);
+  const struct {
+    std::size_t size;
+    int passed;
+    const wchar_t* name;
+    std::function<const void*()> call;
+  } calls[] = {
+      {sizeof(QuarryApplicationInfo), 0, L"Application", [&] { return host->GetApplication(exe_.c_str()); }},
+      {sizeof(QuarryExtensionEntry), 0, L"ApplicationRegisteredExtensions",
+       [&] { return host->GetApplicationRegisteredExtensions(exe_.c_str()); }},
+      {sizeof(QuarryExtensionList), 1, L"ApplicationRegisteredExtensions",
+       [&] { return host->GetApplicationRegisteredExtensions(exe_.c_str()); }},
+  };
+  DWORD protection = 0;
+  ASSERT_TRUE(VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection));
+  void* const original = std::exchange(*slot, reinterpret_cast<void*>(&CallocUntilRefused));
+  for (const auto& [size, passed, name, call] : calls) {
+    HostLog::Clear();
+    g_refusedSize = size;
+    g_blocksToPass = passed;
+    EXPECT_EQ(call(), nullptr) << name;
+    EXPECT_EQ(HostLog::Count(0, L"Quarry_Get" + std::wstring(name) + L" failed: std::bad_alloc\n"), 1U) << name;
+  }
+  *slot = original;
 }
 
 /// The counters of one class in a leak report: created and deleted.

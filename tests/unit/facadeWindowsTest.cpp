@@ -1,6 +1,7 @@
 #include "quarry/apps/abstractApp.h"
 #include "quarry/apps/shortcut.h"
 #include "quarry/facade/quarryImpl.h"
+#include "quarry/launch/runningInstances.h"
 #include "quarry/windows/windowImpl.h"
 #include "quarry/windows/windowProbe.h"
 
@@ -20,12 +21,13 @@
 namespace quarry::test {
 namespace {
 
-TEST(QuarryImpl, ListsTheWindowsOfOneApplication) {
+TEST(RunningInstances, ListTheWindowsOfOneApplication) {
   const WindowMaker maker({{L"Mine"}, {L"Invisible", L"QuarryTestWindow", WS_OVERLAPPEDWINDOW}});
   const WindowMaker second({{L"Mine too"}});
   std::wstring program = FixtureProgram(L"windowMaker").wstring();
   const std::wstring other = FixtureProgram(L"linkMaker").wstring();
-  const QuarryImpl quarry(HostLog::Record, false);
+  SetLogCallback(HostLog::Record);
+  const WindowManager manager;
   const UniqueKernelHandle event(OpenEventW(EVENT_ALL_ACCESS, FALSE, L"Local\\SeamlyTrayIconsActiveEvent"));
   ASSERT_TRUE(SetEvent(event.get()));
 
@@ -33,7 +35,7 @@ TEST(QuarryImpl, ListsTheWindowsOfOneApplication) {
     return character >= L'a' && character <= L'z' ? static_cast<wchar_t>(character - L'a' + L'A') : character;
   });
   HostLog::Clear();
-  const WindowList windows = quarry.GetWindowsOf(*AbstractApp::NewAppFromPath(nullptr, program));
+  const WindowList windows = WindowsOf(*AbstractApp::NewAppFromPath(nullptr, program), manager);
   ASSERT_EQ(windows.size(), 2u) << "no dummy window, although the event is set";
   for (const WindowPtr& window : windows) {
     const bool first = window->GetTitle() == L"Mine";
@@ -44,13 +46,14 @@ TEST(QuarryImpl, ListsTheWindowsOfOneApplication) {
     EXPECT_TRUE(window->IsVisible());
   }
   EXPECT_EQ(HostLog::Count(3, L"Getting windows for app " + program + L" (image path " + program + L")\n"), 1u);
-  EXPECT_TRUE(quarry.GetWindowsOf(*AbstractApp::NewAppFromPath(nullptr, other)).empty());
+  EXPECT_TRUE(WindowsOf(*AbstractApp::NewAppFromPath(nullptr, other), manager).empty());
 }
 
-TEST(QuarryImpl, FindsNoWindowsWithoutAnImagePath) {
-  const QuarryImpl quarry(HostLog::Record, false);
+TEST(RunningInstances, HaveNoWindowsWithoutAnImagePath) {
+  SetLogCallback(HostLog::Record);
+  const WindowManager manager;
   HostLog::Clear();
-  EXPECT_TRUE(quarry.GetWindowsOf(Shortcut(L"C:\\broken.lnk")).empty());
+  EXPECT_TRUE(WindowsOf(Shortcut(L"C:\\broken.lnk"), manager).empty());
   EXPECT_EQ(HostLog::Lines(), (std::vector<LogLine>{{3, L"Getting windows for app C:\\broken.lnk (image path )\n"},
                                                     {1, L"Unable to get an image path for C:\\broken.lnk\n"}}));
 }

@@ -81,7 +81,8 @@ class WindowFilter : public ProceduralTest {
   /// What the rules say of a window: whether one matched, action and type.
   static std::string Ask(HWND window) {
     const SeamlyFilterMatch match = SeamlyFilter_FindMatchingRule(window);
-    return Str_Format("%d %d %d", match.matched ? 1 : 0, match.action, match.windowType);
+    return Str_Format("%d %d %d", match.matched ? 1 : 0, static_cast<int>(match.action),
+                      static_cast<int>(match.windowType));
   }
   /// A copy of windowMaker that says whose it is.
   std::wstring MakeProgram(const VersionResource& version) {
@@ -330,17 +331,18 @@ TEST_F(WindowFilter, ReadsAProgramsVersionUpToTheFirstFailure) {
 
 TEST_F(WindowFilter, KeepsAnswersInABoundedCache) {
   const auto handle = [](std::size_t number) { return reinterpret_cast<HWND>(number * 2); };
-  SeamlyFilterAddToCache(handle(1), {true, 2, 4});
-  SeamlyFilterAddToCache(handle(1), {false, 0, -1});
+  SeamlyFilterAddToCache(handle(1), {true, RuleAction::Map, WindowType::Tooltip});
+  SeamlyFilterAddToCache(handle(1), {});
   EXPECT_EQ(Count("SeamlyFilterAddToCache: '2' already present in hashtable.\n"), 1);
   for (std::size_t number = 2; number <= 2 * kMaxCachedWindows; ++number) {
-    SeamlyFilterAddToCache(handle(number), {true, 1, 0});
+    SeamlyFilterAddToCache(handle(number), {true, RuleAction::Block, WindowType::Normal});
     const auto first = SeamlyFilterFindInCache(handle(1));
     // The first full cache holds only answers that were used, and is emptied.
     ASSERT_EQ(first.has_value(), number <= kMaxCachedWindows) << number;
-    ASSERT_EQ(first.value_or(SeamlyFilterMatch{}).windowType, first ? 4 : -1);
+    ASSERT_EQ(first.value_or(SeamlyFilterMatch{}).windowType, first ? WindowType::Tooltip : WindowType::None);
   }
-  EXPECT_EQ(SeamlyFilterFindInCache(handle(kMaxCachedWindows + 1)).value_or(SeamlyFilterMatch{}).action, 1);
+  EXPECT_EQ(SeamlyFilterFindInCache(handle(kMaxCachedWindows + 1)).value_or(SeamlyFilterMatch{}).action,
+            RuleAction::Block);
   Forget();
   EXPECT_FALSE(SeamlyFilterFindInCache(handle(2 * kMaxCachedWindows)));
 }

@@ -50,10 +50,10 @@ std::optional<std::string> FindUnknownValue(RuleKey key, const std::string& line
   const std::optional<RuleText> text = SeamlyFilterSplitText(line);
   if (!text) return std::nullopt;
   const std::string value = "'" + std::string(text->value) + "'";
-  if (key == RuleKey::Type && SeamlyFilterWindowTypeOf(text->value) == kWindowTypeNone) {
+  if (key == RuleKey::Type && SeamlyFilterWindowTypeOf(text->value) == WindowType::None) {
     return value + " names no window type";
   }
-  if (key == RuleKey::Action && SeamlyFilterActionOf(text->value) == kRuleActionNone) {
+  if (key == RuleKey::Action && SeamlyFilterActionOf(text->value) == RuleAction::None) {
     return value + " names no action";
   }
   return std::nullopt;
