@@ -15,14 +15,6 @@ namespace {
 constexpr char kGetImageFilePath[] = "System_GetImageFilePathForWindow";
 constexpr char kSetFocusedWindow[] = "System_SetFocusedWindow";
 
-struct HookTraits {
-  using Handle = HHOOK;
-  static Handle Invalid() noexcept { return nullptr; }
-  static void Close(Handle hook) noexcept { UnhookWindowsHookEx(hook); }
-};
-/// A hook of SetWindowsHookExW.
-using UniqueHook = UniqueHandle<HookTraits>;
-
 LRESULT CALLBACK PassOn(int code, WPARAM wParam, LPARAM lParam) {
   return CallNextHookEx(nullptr, code, wParam, lParam);
 }

@@ -29,19 +29,19 @@ TEST(Split, KeepsNonEmptyPiecesUntrimmed) {
   EXPECT_TRUE(Str_Split(L";;;", L';').empty());
 }
 
-struct CountingTraits {
-  using Handle = int;
-  static Handle Invalid() noexcept { return -1; }
-  static void Close(Handle handle) noexcept { closed->push_back(handle); }
-  static inline std::vector<int>* closed = nullptr;
-};
+std::vector<int> closed;
+
+void CloseNumber(int number) {
+  closed.push_back(number);
+  SetLastError(ERROR_INVALID_HANDLE);
+}
 
 TEST(UniqueHandle, ClosesEachHandleOnceAndOnlyWhatItHolds) {
-  std::vector<int> closed;
-  CountingTraits::closed = &closed;
+  using UniqueNumber = UniqueHandle<int, CloseNumber, -1>;  // 0 is a handle here
+  SetLastError(ERROR_FILE_NOT_FOUND);
   {
-    UniqueHandle<CountingTraits> first(0);  // 0 is a handle here: only Invalid() means none
-    UniqueHandle<CountingTraits> second(std::move(first));
+    UniqueNumber first(0);
+    UniqueNumber second(std::move(first));
     EXPECT_FALSE(first);  // NOLINT(bugprone-use-after-move): moved from means empty
     EXPECT_TRUE(second);
     first.attach(1);
@@ -49,10 +49,11 @@ TEST(UniqueHandle, ClosesEachHandleOnceAndOnlyWhatItHolds) {
     EXPECT_THAT(closed, ElementsAre(1));
     *first.put() = 2;
     EXPECT_THAT(closed, ElementsAre(1, 0));
-    UniqueHandle<CountingTraits> third(3);
+    UniqueNumber third(3);
     EXPECT_EQ(third.release(), 3);
   }
   EXPECT_THAT(closed, ElementsAre(1, 0, 2));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND)) << "the error that the owner's user failed with";
 }
 
 TEST(OsVersion, PlacesEverySystemInTheRowOfGenerations) {
