@@ -32,16 +32,16 @@ SeamlyFilterData ReadProgramData(const std::wstring& path, HWND window) {
   const VersionResource resource = ReadVersionResource(path);
   if (!resource.block) {
     if (resource.failed == VersionCall::Size) {
-      LogEntry("%s: unable to get version info size of window 0x%p (err=%u).\n", kGetData, window, resource.error);
+      LogEntry(kGetData, "unable to get version info size of window 0x%p (err=%u).\n", window, resource.error);
     } else {
-      LogEntry("%s: GetFileVersionInfo failed for window 0x%p (err=%u).\n", kGetData, window, resource.error);
+      LogEntry(kGetData, "GetFileVersionInfo failed for window 0x%p (err=%u).\n", window, resource.error);
     }
     return data;
   }
   const VersionBlock& block = *resource.block;
   const std::optional<VS_FIXEDFILEINFO> numbers = block.Read<VS_FIXEDFILEINFO>(L"\\");
   if (!numbers) {
-    LogEntry("%s: unable to get version info of window 0x%p (err=%u).\n", kGetData, window, GetLastError());
+    LogEntry(kGetData, "unable to get version info of window 0x%p (err=%u).\n", window, GetLastError());
     return data;
   }
   data.major = HIWORD(numbers->dwFileVersionMS);
@@ -50,18 +50,18 @@ SeamlyFilterData ReadProgramData(const std::wstring& path, HWND window) {
   data.revision = LOWORD(numbers->dwFileVersionLS);
   const std::optional<std::wstring> languageCodePage = block.FirstLanguageCodePage();
   if (!languageCodePage) {
-    LogEntry("%s: unable to get process translation data of window 0x%p (err=%u).\n", kGetData, window, GetLastError());
+    LogEntry(kGetData, "unable to get process translation data of window 0x%p (err=%u).\n", window, GetLastError());
     return data;
   }
   const std::optional<std::wstring> company = FindVersionString(block, *languageCodePage, L"CompanyName");
   if (!company) {
-    LogEntry("%s: unable to get company name of window 0x%p (err=%u).\n", kGetData, window, GetLastError());
+    LogEntry(kGetData, "unable to get company name of window 0x%p (err=%u).\n", window, GetLastError());
     return data;
   }
   data.company = BoundedUtf8(*company);
   const std::optional<std::wstring> product = FindVersionString(block, *languageCodePage, L"ProductName");
   if (!product) {
-    LogEntry("%s: unable to get product name of window 0x%p (err=%u).\n", kGetData, window, GetLastError());
+    LogEntry(kGetData, "unable to get product name of window 0x%p (err=%u).\n", window, GetLastError());
     return data;
   }
   data.product = BoundedUtf8(*product);
@@ -100,7 +100,7 @@ std::optional<SeamlyFilterData> SeamlyFilterGetData(HWND window) {
   // Microsoft Learn, WNDCLASSEXW: a class name has at most 256 characters.
   wchar_t className[256 + 1] = {};
   if (GetClassNameW(window, className, static_cast<int>(std::size(className))) == 0) {
-    LogEntry("%s: unable to classname of window 0x%p (err=%u)\n", kGetData, window, GetLastError());
+    LogEntry(kGetData, "unable to classname of window 0x%p (err=%u)\n", window, GetLastError());
     return std::nullopt;
   }
   const UniqueMalloc<wchar_t> path = System_GetImageFilePathForWindow(window);

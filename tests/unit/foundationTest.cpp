@@ -2,6 +2,7 @@
 #include "lib/misc/osVersion.h"
 #include "lib/misc/platformHandles.h"
 #include "lib/misc/win32uRegistry.h"
+#include "lib/string/checkedFormat.h"
 #include "lib/string/str.h"
 
 #include <gmock/gmock.h>
@@ -20,6 +21,24 @@ TEST(Format, FollowsThePlatformsRulesAtAnyLength) {
   EXPECT_EQ(Str_FormatWide(L"%s", L""), L"");
   const std::wstring text(100'000, L'\x4e2d');
   EXPECT_EQ(Str_FormatWide(L"<%s>", text.c_str()), L"<" + text + L">");
+}
+
+TEST(Format, IsRefusedWhenItDoesNotFitItsArguments) {
+  using Text = const wchar_t*;
+  using Narrow = const char*;
+  EXPECT_TRUE((FormatFits<wchar_t, Text, Text, Narrow>(L"100%% %s %ls %hs%%")));
+  EXPECT_TRUE((FormatFits<char, Narrow, Text, Narrow, HWND>("%s %ls %hs %p")));
+  EXPECT_TRUE((FormatFits<char, DWORD, HRESULT, std::uint64_t, bool>("%-5.2u %#08lx %I64u%d")));
+  EXPECT_FALSE((FormatFits<wchar_t, Narrow>(L"%s")));
+  EXPECT_FALSE((FormatFits<char, Text>("%s")));
+  EXPECT_FALSE((FormatFits<char, Text>("%p")));
+  EXPECT_FALSE((FormatFits<char, std::uint64_t>("%u")));
+  EXPECT_FALSE((FormatFits<char, unsigned>("%I64u")));
+  EXPECT_FALSE((FormatFits<char, unsigned>("%f")));
+  EXPECT_FALSE((FormatFits<char, unsigned>("%%u")));
+  EXPECT_FALSE((FormatFits<char, unsigned>("%u %u")));
+  EXPECT_FALSE((FormatFits<char, unsigned, unsigned>("%u")));
+  EXPECT_FALSE((FormatFits<char>("100%")));
 }
 
 TEST(Split, KeepsNonEmptyPiecesUntrimmed) {
