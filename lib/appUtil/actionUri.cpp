@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr char kFunction[] = "AppUtil_ActionURIForCommandLine";
+constexpr char kActionUriForCommandLine[] = "AppUtil_ActionURIForCommandLine";
 constexpr char kQueryKey[] = "argv[]";
 
 struct CommandParts {
@@ -40,7 +40,7 @@ CommandParts SplitCommandLine(const std::string& commandLine) {
 std::optional<std::string> ExecutablePath(const std::string& token) {
   const std::optional<std::wstring> expanded = AppUtilExpandEnvironment(Unicode_WideFromUtf8(token));
   if (!expanded || expanded->size() >= MAX_PATH) return std::nullopt;
-  const std::optional<std::wstring> path = AppUtilFindExecutable(*expanded, kFunction);
+  const std::optional<std::wstring> path = AppUtilFindExecutable(*expanded, kActionUriForCommandLine);
   if (!path) return std::nullopt;
   return Unicode_Utf8FromWide(*path);
 }

@@ -11,6 +11,6 @@ void AppUtilGuardAllocation(const char* source, int line, Work work) {
   try {
     work();
   } catch (const std::bad_alloc&) {
-    LogEntry("MEM_ALLOC %s:%d\n", source, line);
+    LogEntry_Fault("MEM_ALLOC", source, line);
   }
 }

@@ -36,6 +36,6 @@ std::optional<std::wstring> AppUtilExpandEnvironment(const std::wstring& text) {
 std::optional<std::wstring> AppUtilFindExecutable(const std::wstring& path, const char* function) {
   if (PathIsRelativeW(path.c_str()) == FALSE) return path;
   std::optional<std::wstring> found = FindOnSearchPath(path);
-  if (!found) LogEntry("%s: executable not found: \"%s\"", function, Unicode_Utf8FromWide(path).c_str());
+  if (!found) LogEntry(function, "executable not found: \"%s\"", Unicode_Utf8FromWide(path).c_str());
   return found;
 }

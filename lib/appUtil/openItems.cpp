@@ -20,7 +20,7 @@ namespace {
 
 using Microsoft::WRL::ComPtr;
 
-constexpr char kFunction[] = "AppUtil_OpenItems";
+constexpr char kOpenItems[] = "AppUtil_OpenItems";
 
 // The place in messages about memory that ran out and about an empty group.
 constexpr char kSource[] = "lib/appUtil/appUtilFileTypesWin32";
@@ -82,7 +82,7 @@ std::optional<std::wstring> NameOf(IAssocHandler& handler, const std::wstring& k
   const HRESULT result = handler.GetName(&text);
   const UniqueCoTaskMem<wchar_t> owner(text);
   if (FAILED(result) || text == nullptr) {
-    LogEntry("%s: Failed to retrieve the name of a handler for %s '%s' with error 0x%08x.\n", kFunction, KindWord(kind),
+    LogEntry(kOpenItems, "Failed to retrieve the name of a handler for %s '%s' with error 0x%08x.\n", KindWord(kind),
              Text(key).c_str(), static_cast<unsigned>(result));
     return std::nullopt;
   }
@@ -95,7 +95,7 @@ bool IsApplication(const std::wstring& name, OpenItemKind kind, const std::wstri
   const DWORD length = ExpandEnvironmentStringsW(name.c_str(), expanded, MAX_PATH);
   if (length == 0 || length > MAX_PATH) {
     const HRESULT result = HRESULT_FROM_WIN32(length == 0 ? GetLastError() : ERROR_INSUFFICIENT_BUFFER);
-    LogEntry("%s: Failed to expand handler path '%s' of %s with error 0x%08x.\n", kFunction, Text(name).c_str(),
+    LogEntry(kOpenItems, "Failed to expand handler path '%s' of %s with error 0x%08x.\n", Text(name).c_str(),
              KindWord(kind), static_cast<unsigned>(result));
     return false;
   }
@@ -130,22 +130,21 @@ std::optional<Handler> ChooseHandler(const std::wstring& key, const ItemList& it
   ComPtr<IEnumAssocHandlers> handlers;
   const HRESULT result = enumerate(key.c_str(), &handlers);
   if (FAILED(result) || handlers == nullptr) {
-    LogEntry("%s: Failed to query handlers for %s '%s' with error 0x%08x.\n", kFunction, KindWord(kind),
-             Text(key).c_str(), static_cast<unsigned>(result));
+    LogEntry(kOpenItems, "Failed to query handlers for %s '%s' with error 0x%08x.\n", KindWord(kind), Text(key).c_str(),
+             static_cast<unsigned>(result));
     return std::nullopt;
   }
   std::optional<Handler> handler = FindHandler(*handlers.Get(), key, kind, applicationPath);
   if (!handler) {
-    LogEntry(
-        "%s: Failed to locate a handler for %s '%s' using application '%s'. This is unexpected and means that we may "
-        "not open the %I64u file(s) with that extension properly.\n",
-        kFunction, KindWord(kind), Text(key).c_str(), Text(applicationPath).c_str(),
-        static_cast<std::uint64_t>(items.size()));
+    LogEntry(kOpenItems,
+             "Failed to locate a handler for %s '%s' using application '%s'. This is unexpected and means that we may "
+             "not open the %I64u file(s) with that extension properly.\n",
+             KindWord(kind), Text(key).c_str(), Text(applicationPath).c_str(),
+             static_cast<std::uint64_t>(items.size()));
     return std::nullopt;
   }
   if (handler->progId.empty()) return std::nullopt;
-  LogEntry("%s: Handler '%s' has prog ID '%s'.\n", kFunction, Text(handler->name).c_str(),
-           Text(handler->progId).c_str());
+  LogEntry(kOpenItems, "Handler '%s' has prog ID '%s'.\n", Text(handler->name).c_str(), Text(handler->progId).c_str());
   return handler;
 }
 
@@ -155,7 +154,7 @@ bool NeedsCommandLine(const std::wstring& progId) { return progId.find(L"PowerPo
 UniqueRegistryKey OpenClassKey(const std::wstring& progId) {
   UniqueRegistryKey key;
   if (RegOpenKeyExW(HKEY_CLASSES_ROOT, progId.c_str(), 0, KEY_READ, key.put()) != ERROR_SUCCESS) {
-    LogEntry("%s: Failed to open HKEY_CLASSES_ROOT\\%s key. Falling back to opening URI using class name.\n", kFunction,
+    LogEntry(kOpenItems, "Failed to open HKEY_CLASSES_ROOT\\%s key. Falling back to opening URI using class name.\n",
              Text(progId).c_str());
     return {};
   }
@@ -188,7 +187,7 @@ bool OpenItem(const std::wstring& item, OpenItemKind kind, const Handler& handle
   } else if (NeedsCommandLine(handler.progId)) {
     request.lpFile = applicationPath.c_str();
     request.lpParameters = commandLine.c_str();
-    LogEntry("%s: Using command-line '%s' instead of prog ID.\n", kFunction, Text(commandLine).c_str());
+    LogEntry(kOpenItems, "Using command-line '%s' instead of prog ID.\n", Text(commandLine).c_str());
   } else {
     request.fMask |= SEE_MASK_CLASSNAME;
     request.lpClass = handler.progId.c_str();
@@ -196,11 +195,11 @@ bool OpenItem(const std::wstring& item, OpenItemKind kind, const Handler& handle
 
   if (!IsFitForShell(request, item) || ShellExecuteExW(&request) == FALSE) {
     const auto error = static_cast<unsigned>(GetLastError());
-    LogEntry("%s: Failed to invoke handler '%s' with prog ID '%s' for file or url '%s' with error %u.\n", kFunction,
+    LogEntry(kOpenItems, "Failed to invoke handler '%s' with prog ID '%s' for file or url '%s' with error %u.\n",
              Text(handler.name).c_str(), Text(handler.progId).c_str(), Text(item).c_str(), error);
     return false;
   }
-  LogEntry("%s: Successfully invoked handler '%s' directly using prog ID '%s' for file or url '%s'.\n", kFunction,
+  LogEntry(kOpenItems, "Successfully invoked handler '%s' directly using prog ID '%s' for file or url '%s'.\n",
            Text(handler.name).c_str(), Text(handler.progId).c_str(), Text(item).c_str());
   return true;
 }
@@ -217,7 +216,7 @@ std::vector<std::wstring> AppUtil_OpenItems(const std::vector<std::wstring>& ite
     ItemList& group = entry.second;
     if (key.empty()) {
       // A URL that begins with its colon. The groups behind it are given up without being reported, as ever.
-      LogEntry("VERIFY %s:%d\n", kSource, kFaultLine);
+      LogEntry_Fault("VERIFY", kSource, kFaultLine);
       return unopened;
     }
     std::optional<Handler> handler;

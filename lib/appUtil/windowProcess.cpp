@@ -15,14 +15,6 @@ namespace {
 constexpr char kGetImageFilePath[] = "System_GetImageFilePathForWindow";
 constexpr char kSetFocusedWindow[] = "System_SetFocusedWindow";
 
-struct HookTraits {
-  using Handle = HHOOK;
-  static Handle Invalid() noexcept { return nullptr; }
-  static void Close(Handle hook) noexcept { UnhookWindowsHookEx(hook); }
-};
-/// A hook of SetWindowsHookExW.
-using UniqueHook = UniqueHandle<HookTraits>;
-
 LRESULT CALLBACK PassOn(int code, WPARAM wParam, LPARAM lParam) {
   return CallNextHookEx(nullptr, code, wParam, lParam);
 }
@@ -45,7 +37,7 @@ bool CanTakeFocus(HWND window) {
 HWND NearestFocusable(HWND window) {
   while (window != nullptr && !CanTakeFocus(window)) {
     const HWND parent = GetParent(window);
-    LogEntry("%s: Window %p can't take focus, will focus parent %p...\n", kSetFocusedWindow, window, parent);
+    LogEntry(kSetFocusedWindow, "Window %p can't take focus, will focus parent %p...\n", window, parent);
     window = parent;
   }
   return window;
@@ -54,9 +46,9 @@ HWND NearestFocusable(HWND window) {
 void TakeForegroundByHook(HWND window) {
   // The system lets a process with a journal hook take the foreground from another one.
   const UniqueHook hook(SetWindowsHookExW(WH_JOURNALRECORD, PassOn, OwnModule(), 0));
-  if (!hook) LogEntry("%s: Hook failed, error 0x%lx.\n", kSetFocusedWindow, GetLastError());
+  if (!hook) LogEntry(kSetFocusedWindow, "Hook failed, error 0x%lx.\n", GetLastError());
   if (SetForegroundWindow(window) == FALSE) {
-    LogEntry("%s: Failed to set foreground window to %p, error 0x%lx.\n", kSetFocusedWindow, window, GetLastError());
+    LogEntry(kSetFocusedWindow, "Failed to set foreground window to %p, error 0x%lx.\n", window, GetLastError());
   }
 }
 
@@ -75,8 +67,8 @@ UniqueMalloc<wchar_t> System_GetImageFilePathForWindow(HWND window) {
   const UniqueModule kernel(LoadLibraryW(L"kernel32.dll"));
   if (!kernel) {
     const DWORD error = GetLastError();
-    LogEntry("%s: Failed to load library \"kernel32.dll\".", kGetImageFilePath);
-    LogEntry("%s: LoadLibraryW error %#x.", kGetImageFilePath, error);
+    LogEntry(kGetImageFilePath, "Failed to load library \"kernel32.dll\".");
+    LogEntry(kGetImageFilePath, "LoadLibraryW error %#x.", error);
     return nullptr;
   }
   const auto query = reinterpret_cast<QueryFullProcessImageNameFn>(
@@ -94,17 +86,17 @@ UniqueKernelHandle System_OpenProcessForHWND(HWND window, DWORD access) {
   UniqueKernelHandle process(OpenProcess(access, FALSE, processId));
   if (!process) {
     const DWORD error = GetLastError();
-    LogEntry("%s: Failed to open pid %u.", __func__, processId);
-    LogEntry("%s: OpenProcess error %#x.", __func__, error);
+    LogEntry(__func__, "Failed to open pid %u.", processId);
+    LogEntry(__func__, "OpenProcess error %#x.", error);
   }
   return process;
 }
 
 void System_SetFocusedWindow(HWND window, bool focusAsGiven) {
-  LogEntry("%s: Focusing window %p\n", __func__, window);
+  LogEntry(__func__, "Focusing window %p\n", window);
   const HWND target = focusAsGiven ? window : NearestFocusable(window);
   if (target == nullptr) {
-    LogEntry("%s: Can't steal focus without a window!\n", __func__);
+    LogEntry(__func__, "Can't steal focus without a window!\n");
     return;
   }
   AppUtilTakeForeground(target, Os_GetGeneration());
@@ -116,14 +108,14 @@ UniqueMalloc<wchar_t> AppUtilGetImagePath(HANDLE process, QueryFullProcessImageN
     DWORD length = MAX_PATH;
     if (query(process, 0, path, &length) != FALSE) return UniqueMalloc<wchar_t>(_wcsdup(path));
     const DWORD error = GetLastError();
-    LogEntry("%s: Failed to get image file path for window %p.", kGetImageFilePath, window);
-    LogEntry("%s: QueryFullProcessImageNameW error %#x.", kGetImageFilePath, error);
+    LogEntry(kGetImageFilePath, "Failed to get image file path for window %p.", window);
+    LogEntry(kGetImageFilePath, "QueryFullProcessImageNameW error %#x.", error);
     return nullptr;
   }
   if (GetModuleFileNameExW(process, nullptr, path, MAX_PATH) != 0) return AppUtilCopyWithoutNativePrefix(path);
   const DWORD error = GetLastError();
-  LogEntry("%s: Failed to get image file path for window %p.", kGetImageFilePath, window);
-  LogEntry("%s: GetModuleFileNameExW error %#x.", kGetImageFilePath, error);
+  LogEntry(kGetImageFilePath, "Failed to get image file path for window %p.", window);
+  LogEntry(kGetImageFilePath, "GetModuleFileNameExW error %#x.", error);
   return nullptr;
 }
 

@@ -23,7 +23,7 @@ bool CanOpen(HKEY rootKey, const std::string& path, REGSAM access) {
 }
 
 void LogUnopened(const char* function, const std::string& path) {
-  LogEntry("%s: Unable to open key with path %s\n", function, path.c_str());
+  LogEntry(function, "Unable to open key with path %s\n", path.c_str());
 }
 
 /// The text of a value that was found in an enumeration; nothing, with a message, when it cannot be read.
@@ -38,7 +38,7 @@ std::optional<std::string> ReadEnumerated(const WinRegValue& value, REGSAM view,
 
 bool IsText(const WinRegValue& value, const char* function) {
   if (value.type == REG_SZ) return true;
-  LogEntry("%s: Key type %d is not REG_SZ\n", function, value.type);
+  LogEntry(function, "Key type %d is not REG_SZ\n", value.type);
   return false;
 }
 
@@ -46,7 +46,7 @@ void AddApplicationsFromSoftwareClientsMailCB(const WinRegSubkey& client, FileTy
   const std::string path = client.path + '\\' + client.name + R"(\Protocols\mailto\shell\open\command)";
   UniqueRegistryKey key;
   if (WinReg_OpenKey(client.rootKey, path, KEY_QUERY_VALUE, key) != ERROR_SUCCESS) {
-    LogUnopened("AddApplicationsFromSoftwareClientsMailCB", path);
+    LogUnopened(__func__, path);
     return;
   }
   const std::optional<std::wstring> command = AppUtilReadRegistryText(key.get(), L"");
@@ -59,10 +59,9 @@ void AddApplicationsFromSoftwareClientsMailCB(const WinRegSubkey& client, FileTy
 /// One declared type: the value's name is an extension or protocol, its data the prog ID that opens it.
 void AddApplicationsFromCapabilitiesHelper(const WinRegValue& value, std::uint32_t isProtocol, REGSAM view,
                                            FileTypeList& types) {
-  static constexpr char kFunction[] = "AddApplicationsFromCapabilitiesHelper";
   if (value.name.empty()) return;  // the key's default value declares no type
-  if (!IsText(value, kFunction)) return;
-  const std::optional<std::string> progId = ReadEnumerated(value, view, kFunction);
+  if (!IsText(value, __func__)) return;
+  const std::optional<std::string> progId = ReadEnumerated(value, view, __func__);
   if (!progId) return;
   const auto record = boost::make_shared<FileTypeInfoWin32>(value.name, isProtocol);
   record->AddHandlerForName(*progId);
@@ -71,7 +70,6 @@ void AddApplicationsFromCapabilitiesHelper(const WinRegValue& value, std::uint32
 
 /// One application: the value's data is the path of its capabilities.
 void AddApplicationsFromCapabilitiesAssociationsListCB(const WinRegValue& value, FileTypeList& types) {
-  static constexpr char kFunction[] = "AddApplicationsFromCapabilitiesAssociationsListCB";
   static constexpr struct {
     const char* key;
     std::uint32_t isProtocol;
@@ -82,13 +80,13 @@ void AddApplicationsFromCapabilitiesAssociationsListCB(const WinRegValue& value,
       {"\\FileAssociations", 0, KEY_WOW64_32KEY},
       {"\\URLAssociations", 1, KEY_WOW64_32KEY},
   };
-  if (!IsText(value, kFunction)) return;
-  const std::optional<std::string> capabilities = ReadEnumerated(value, 0, kFunction);
+  if (!IsText(value, __func__)) return;
+  const std::optional<std::string> capabilities = ReadEnumerated(value, 0, __func__);
   if (!capabilities) return;
   for (const auto& list : kLists) {
     const std::string path = *capabilities + list.key;
     if (!CanOpen(HKEY_LOCAL_MACHINE, path, KEY_QUERY_VALUE | list.view)) {
-      LogUnopened(kFunction, path);
+      LogUnopened(__func__, path);
       continue;
     }
     WinReg_EnumerateValues(HKEY_LOCAL_MACHINE, path, list.view, [&](const WinRegValue& type, bool& /*proceed*/) {

@@ -19,6 +19,8 @@ namespace {
 
 using ApplicationTable = std::unordered_map<std::string, std::vector<ConstFileTypeInfoPtr>>;
 
+constexpr char kBuildGlobalApplicationList[] = "AppUtil_BuildGlobalApplicationList";
+
 constexpr std::uint32_t kCacheLifetimeMilliseconds = 60 * 60 * 1000;
 
 ApplicationTable& GlobalApplications() {
@@ -30,7 +32,7 @@ void ClearOldCaches() {
   static std::uint32_t clearedAt = 0;  // never
   const std::uint32_t now = TickCount_Now32();
   if (clearedAt != 0 && now - clearedAt < kCacheLifetimeMilliseconds) return;
-  LogEntry("%s: Clearing the global app caches.\n", "AppUtil_BuildGlobalApplicationList");
+  LogEntry(kBuildGlobalApplicationList, "Clearing the global app caches.\n");
   AppUtilFileTypeCaches().Clear();
   clearedAt = now;
 }

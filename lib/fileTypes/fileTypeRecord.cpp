@@ -20,6 +20,11 @@
 
 namespace {
 
+constexpr char kLoad[] = "FileTypeInfoWin32::Load";
+constexpr char kAddHandlersForSubValues[] = "FileTypeInfoWin32::AddHandlersForSubValues";
+constexpr char kAddApplicationWithCommandLine[] = "FileTypeInfoWin32::AddApplicationWithCommandLine";
+constexpr char kFriendlyName[] = "FileTypeInfoWin32::FriendlyName";
+
 constexpr std::string_view kOpenCommand = R"(\shell\open\command)";
 constexpr std::string_view kExplorerTypes = R"(Software\Microsoft\Windows\CurrentVersion\Explorer\FileExts\)";
 
@@ -45,7 +50,7 @@ class ListBudget {
   bool IsSpent() const {
     const std::uint32_t elapsed = TickCount_Now32() - started_;
     if (elapsed < kLongestListMilliseconds) return false;
-    LogEntry("%s: Leaving out the rest of '%s' after %u ms.\n", function_, path_.c_str(), elapsed);
+    LogEntry(function_, "Leaving out the rest of '%s' after %u ms.\n", path_.c_str(), elapsed);
     return true;
   }
 
@@ -110,43 +115,42 @@ std::optional<FileTypeHandler> HandlerOf(const std::wstring& commandLine, const 
 }
 
 void LogShellNameFailure(const char* function, const std::string& typeName, HRESULT result) {
-  LogEntry("%s: Failed to get friendly name for file extension \"%s\".\n", function, typeName.c_str());
-  LogEntry("%s: AssocQueryString error 0x%lx.\n", function, result);
+  LogEntry(function, "Failed to get friendly name for file extension \"%s\".\n", typeName.c_str());
+  LogEntry(function, "AssocQueryString error 0x%lx.\n", result);
 }
 
 /// The shell's name for a type; nothing, with a message, when it has none.
 std::optional<std::string> ShellNameOf(const std::string& typeName) {
-  static constexpr char kFunction[] = "FileTypeInfoWin32::FriendlyName";
   const std::wstring wideName = Unicode_WideFromUtf8(typeName);
   if (wideName.empty() && !typeName.empty()) {
-    LogEntry("%s: Failed to convert extension to UTF16.\n", kFunction);
+    LogEntry(kFriendlyName, "Failed to convert extension to UTF16.\n");
     return std::nullopt;
   }
   DWORD length = 0;
   HRESULT result = AssocQueryStringW(0, ASSOCSTR_FRIENDLYDOCNAME, wideName.c_str(), nullptr, nullptr, &length);
   if (FAILED(result)) {
-    LogShellNameFailure(kFunction, typeName, result);
+    LogShellNameFailure(kFriendlyName, typeName, result);
     return std::nullopt;
   }
   if (length == 0) {
-    LogEntry("%s: File extension \"%s\" has no friendly name.\n", kFunction, typeName.c_str());
+    LogEntry(kFriendlyName, "File extension \"%s\" has no friendly name.\n", typeName.c_str());
     return std::nullopt;
   }
   try {
     std::wstring name(length, L'\0');
     result = AssocQueryStringW(0, ASSOCSTR_FRIENDLYDOCNAME, wideName.c_str(), nullptr, name.data(), &length);
     if (FAILED(result)) {
-      LogShellNameFailure(kFunction, typeName, result);
+      LogShellNameFailure(kFriendlyName, typeName, result);
       return std::nullopt;
     }
     std::string utf8Name = Unicode_Utf8FromWide(name.c_str());
     if (utf8Name.empty() && name.front() != L'\0') {
-      LogEntry("%s: Failed to convert name string to UTF8.\n", kFunction);
+      LogEntry(kFriendlyName, "Failed to convert name string to UTF8.\n");
       return std::nullopt;
     }
     return utf8Name;
   } catch (const std::bad_alloc&) {
-    LogEntry("%s: Failed to allocate %I64u bytes.\n", kFunction, std::uint64_t{length} * 2);
+    LogEntry(kFriendlyName, "Failed to allocate %I64u bytes.\n", std::uint64_t{length} * 2);
     return std::nullopt;
   }
 }
@@ -192,7 +196,7 @@ void FileTypeInfoWin32::AddHandlersOfPerceivedType(HKEY typeKey) {
 }
 
 void FileTypeInfoWin32::AddHandlersForSubkeys(const std::string& path) {
-  const ListBudget budget("FileTypeInfoWin32::Load", path);
+  const ListBudget budget(kLoad, path);
   WinReg_EnumerateSubkeys(HKEY_CLASSES_ROOT, path, [&](const WinRegSubkey& subkey, bool& proceed) {
     proceed = !budget.IsSpent();
     if (proceed) AddHandlerForName(subkey.name);
@@ -201,15 +205,14 @@ void FileTypeInfoWin32::AddHandlersForSubkeys(const std::string& path) {
 }
 
 void FileTypeInfoWin32::AddHandlersForSubValues(HKEY rootKey, const std::string& path) {
-  static constexpr char kFunction[] = "FileTypeInfoWin32::AddHandlersForSubValues";
-  const ListBudget budget(kFunction, path);
+  const ListBudget budget(kAddHandlersForSubValues, path);
   WinReg_EnumerateValues(rootKey, path, 0, [&](const WinRegValue& value, bool& proceed) {
     proceed = !budget.IsSpent();
     if (!proceed) return ERROR_SUCCESS;
     if (value.type == REG_NONE || (value.type == REG_SZ && !value.name.empty())) {
       AddHandlerForName(value.name);
     } else {
-      LogEntry("%s: Ignoring type '%s' handler '%s' because its type isn't correct (%u).\n", kFunction,
+      LogEntry(kAddHandlersForSubValues, "Ignoring type '%s' handler '%s' because its type isn't correct (%u).\n",
                typeName.c_str(), value.name.c_str(), value.type);
     }
     return ERROR_SUCCESS;
@@ -247,7 +250,6 @@ void FileTypeInfoWin32::AddHandlerForName(const std::string& name) {
 }
 
 std::optional<FileTypeHandler> FileTypeInfoWin32::AddApplicationWithCommandLine(const std::wstring& commandLine) {
-  static constexpr char kFunction[] = "FileTypeInfoWin32::AddApplicationWithCommandLine";
   auto& cache = AppUtilFileTypeCaches().commandLineCache;
   std::wstring line = WithoutLeadingSpace(commandLine);
   if (const auto known = cache.find(line); known != cache.end()) {
@@ -256,9 +258,9 @@ std::optional<FileTypeHandler> FileTypeInfoWin32::AddApplicationWithCommandLine(
   }
   // A program that opens itself is started as a document: through the shell.
   if (line.starts_with(L"\"%1\"")) line = L"%SystemRoot%\\explorer.exe \"%1\"";
-  std::optional<FileTypeHandler> handler = HandlerOf(line, kFunction);
+  std::optional<FileTypeHandler> handler = HandlerOf(line, kAddApplicationWithCommandLine);
   if (!handler) {
-    LogEntry("%s: Failed to add application '%s' as handler for type name '%s'.\n", kFunction,
+    LogEntry(kAddApplicationWithCommandLine, "Failed to add application '%s' as handler for type name '%s'.\n",
              Unicode_Utf8FromWide(line).c_str(), typeName.c_str());
     return std::nullopt;
   }

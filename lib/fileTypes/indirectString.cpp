@@ -30,7 +30,7 @@ HRESULT LoadWithGrowingBuffer(const std::wstring& source, std::wstring& resolved
 HRESULT VlkSHLoadIndirectString(const std::wstring& source, std::wstring& resolved) {
   const HRESULT result = LoadWithGrowingBuffer(source, resolved);
   if (FAILED(result)) {
-    LogEntry("%s: SHLoadIndirectString failed, source: \"%s\", error: 0x%08X\n", "VlkSHLoadIndirectString",
+    LogEntry(__func__, "SHLoadIndirectString failed, source: \"%s\", error: 0x%08X\n",
              Unicode_Utf8FromWide(source).c_str(), static_cast<unsigned>(result));
   }
   return result;

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr char kFunction[] = "AppUtil_ToLowerUtf16";
+constexpr char kToLowerUtf16[] = "AppUtil_ToLowerUtf16";
 
 /// Microsoft Learn, "Locale Identifiers": LOCALE_INVARIANT came with Windows XP.
 LCID LocaleForLowerCase() {
@@ -21,7 +21,7 @@ LCID LocaleForLowerCase() {
 /// The length, with the terminator, that is written to `lower`; of a null one that it takes. 0 on failure.
 int MapToLower(const std::wstring& text, wchar_t* lower, int capacity) {
   const int length = LCMapStringW(LocaleForLowerCase(), LCMAP_LOWERCASE, text.c_str(), -1, lower, capacity);
-  if (length == 0) LogEntry("%s: LCMapString error %#x.\n", kFunction, GetLastError());
+  if (length == 0) LogEntry(kToLowerUtf16, "LCMapString error %#x.\n", GetLastError());
   return length;
 }
 
@@ -42,7 +42,7 @@ std::optional<std::string> AppUtil_ToLowerUtf8(const std::string& text) {
     if (!lower) return std::nullopt;
     return Unicode_Utf8FromWide(*lower);
   } catch (const std::bad_alloc&) {
-    LogEntry("%s: Failed to alloc %I64u bytes.\n", kFunction, std::uint64_t{sizeof(wchar_t)} * (text.size() + 1));
+    LogEntry(kToLowerUtf16, "Failed to alloc %I64u bytes.\n", std::uint64_t{sizeof(wchar_t)} * (text.size() + 1));
     return std::nullopt;
   }
 }

@@ -41,12 +41,12 @@ std::optional<std::string> AppUtilReadRegistryValue(HKEY key, const std::string&
   const std::wstring wideName = Unicode_WideFromUtf8(valueName);
   const std::optional<DWORD> size = AppUtilRegistryValueSize(key, wideName);
   if (!size) {
-    LogEntry("%s: Unable to obtain key size of registry value %s\n", "AppUtilReadRegistryValue", valueName.c_str());
+    LogEntry(__func__, "Unable to obtain key size of registry value %s\n", valueName.c_str());
     return std::nullopt;
   }
   const std::optional<std::wstring> text = AppUtilReadRegistryTextOfSize(key, wideName, *size);
   if (!text) {
-    LogEntry("%s: Unable to query value of regValue %s\n", "AppUtilReadRegistryValue", valueName.c_str());
+    LogEntry(__func__, "Unable to query value of regValue %s\n", valueName.c_str());
     return std::nullopt;
   }
   return Unicode_Utf8FromWide(*text);

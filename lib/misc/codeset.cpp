@@ -14,12 +14,7 @@ namespace {
 
 constexpr char kUtf8[] = "UTF-8";
 
-struct ConverterTraits {
-  using Handle = UConverter*;
-  static constexpr Handle Invalid() noexcept { return nullptr; }
-  static void Close(Handle converter) noexcept { ucnv_close(converter); }
-};
-using UniqueConverter = UniqueHandle<ConverterTraits>;
+using UniqueConverter = UniqueHandle<UConverter*, ucnv_close>;
 
 /// ICU would look for a table that is not linked in as a file, in a folder that the environment names. A character
 /// set's name comes from files of others, so it must not make the process open any.

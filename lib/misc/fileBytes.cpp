@@ -20,9 +20,8 @@ UniqueFile OpenDiskFile(const std::wstring& path, DWORD shareMode) {
   UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ, shareMode, nullptr, OPEN_EXISTING,
                               FILE_ATTRIBUTE_NORMAL | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr));
   if (!file || GetFileType(file.get()) == FILE_TYPE_DISK) return file;
-  file.reset();
   SetLastError(ERROR_BAD_DEV_TYPE);
-  return file;
+  return {};
 }
 
 // The file can shrink while it is read: what counts is what arrives.

@@ -1,13 +1,28 @@
 #pragma once
 
+#include "lib/string/checkedFormat.h"
+
+#include <type_traits>
+
 /// Takes one finished message, NUL-terminated.
 using LogSink = void (*)(const char* message);
 
-/// The one log entry of the procedural libraries. Their messages begin with "%s: " and the reporting function's name.
-/// Without a sink the entry discards them, unformatted. Formats as the platform's narrow formatter does: `%s` names a
-/// narrow string, `%S` and `%ls` a wide one. Texts are UTF-8: the runtime's formatter gives up on a wide string that
-/// the process's locale cannot hold, so convert such a text first.
-void LogEntry(const char* format, ...);
-
 /// Routes the messages of the whole process to `sink` from now on; null discards them again.
 void LogEntry_SetSink(LogSink sink) noexcept;
+
+namespace log_entry_detail {
+void FormatAndDeliver(const char* function, const char* format, ...);
+}  // namespace log_entry_detail
+
+/// The one log entry of the procedural libraries: "function: message". `function` is `__func__` or, where another
+/// function reports for it, a constant with its name. Without a sink the entry discards messages, unformatted. Formats
+/// as Str_Format does. Texts are UTF-8: the runtime's formatter gives up on a wide string that the process's locale
+/// cannot hold, so convert such a text first.
+template <typename... Arguments>
+void LogEntry(const char* function, CheckedFormat<char, std::type_identity_t<Arguments>...> format,
+              Arguments... arguments) {
+  log_entry_detail::FormatAndDeliver(function, format.c_str(), arguments...);
+}
+
+/// The entry for a fault that is known by its place in the sources only: "kind source:line".
+void LogEntry_Fault(const char* kind, const char* source, int line);

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <cwchar>
 #include <new>
+#include <vector>
 
 namespace {
 
@@ -49,12 +50,21 @@ std::size_t VersionBlock::BytesFrom(const void* entry) const {
 }
 
 std::optional<std::wstring> VersionBlock::FirstLanguageCodePage() const {
-  std::uint32_t length = 0;
-  const void* const table = Find(L"\\VarFileInfo\\Translation", length);
-  Translation first{};
-  if (table == nullptr || std::min<std::size_t>(length, BytesFrom(table)) < sizeof(first)) return std::nullopt;
-  std::memcpy(&first, table, sizeof(first));
-  return Str_FormatWide(L"%04x%04x", first.language, first.codePage);
+  const std::optional<Translation> first = Read<Translation>(L"\\VarFileInfo\\Translation");
+  if (!first) return std::nullopt;
+  return Str_FormatWide(L"%04x%04x", first->language, first->codePage);
+}
+
+VersionResource ReadVersionResource(const std::wstring& path) {
+  DWORD ignored = 0;
+  const DWORD size = GetFileVersionInfoSizeW(path.c_str(), &ignored);
+  if (size == 0) return {std::nullopt, VersionCall::Size, GetLastError()};
+  // A buffer that is smaller than the resource receives its beginning (Microsoft Learn, GetFileVersionInfoW).
+  std::vector<std::uint8_t> resource(std::min<std::size_t>(size, VersionBlock::kLongestResource));
+  if (GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(resource.size()), resource.data()) == FALSE) {
+    return {std::nullopt, VersionCall::Content, GetLastError()};
+  }
+  return {VersionBlock(resource)};
 }
 
 std::optional<std::wstring> FindVersionString(const VersionBlock& block, const std::wstring& languageCodePage,

@@ -2,8 +2,12 @@
 
 #include "lib/misc/platformHandles.h"
 
+#include <windows.h>
+
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <span>
 #include <string>
@@ -22,6 +26,17 @@ class VersionBlock {
   /// `length` is what the platform says, in the entry's own unit.
   const void* Find(const std::wstring& subBlock, std::uint32_t& length) const;
 
+  /// The beginning of an entry as one of the platform's structures; nothing when there is no entry of that length.
+  template <typename Structure>
+  std::optional<Structure> Read(const std::wstring& subBlock) const {
+    std::uint32_t length = 0;
+    const void* const entry = Find(subBlock, length);
+    Structure copy{};
+    if (entry == nullptr || std::min<std::size_t>(length, BytesFrom(entry)) < sizeof(copy)) return std::nullopt;
+    std::memcpy(&copy, entry, sizeof(copy));
+    return copy;
+  }
+
   /// How many bytes of the resource lie at and behind `entry`.
   std::size_t BytesFrom(const void* entry) const;
 
@@ -32,6 +47,20 @@ class VersionBlock {
   std::size_t size_;
   UniqueVirtual<std::uint8_t> bytes_;
 };
+
+/// The platform's two calls for a file's version resource.
+enum class VersionCall { Size, Content };
+
+/// The version resource of a file or, without a block, the call that failed and its error.
+struct VersionResource {
+  std::optional<VersionBlock> block;
+  VersionCall failed = VersionCall::Size;
+  DWORD error = ERROR_SUCCESS;
+};
+
+/// Reads the version resource of the file at `path`.
+/// Source: Microsoft Learn, GetFileVersionInfoSizeW and GetFileVersionInfoW.
+VersionResource ReadVersionResource(const std::wstring& path);
 
 /// The text of one string of the table `languageCodePage` (such as "040904e4"), nothing when it is missing.
 std::optional<std::wstring> FindVersionString(const VersionBlock& block, const std::wstring& languageCodePage,

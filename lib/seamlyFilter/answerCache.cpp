@@ -44,16 +44,16 @@ void SeamlyFilterAddToCache(HWND window, const SeamlyFilterMatch& match) {
     case HashTableInsert::Inserted:
       return;
     case HashTableInsert::AlreadyPresent:
-      LogEntry("%s: '%x' already present in hashtable.\n", __func__,
+      LogEntry(__func__, "'%x' already present in hashtable.\n",
                static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(window)));
       return;
     case HashTableInsert::OutOfMemory:
-      LogEntry("%s: unable to allocate cache node.\n", __func__);
+      LogEntry(__func__, "unable to allocate cache node.\n");
       return;
   }
 }
 
 void SeamlyFilterPurgeCache() {
-  LogEntry("%s: cleaning up the cache hashtable.\n", __func__);
+  LogEntry(__func__, "cleaning up the cache hashtable.\n");
   TheCache().Free();
 }

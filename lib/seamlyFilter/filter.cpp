@@ -14,6 +14,8 @@
 
 namespace {
 
+constexpr char kFindMatchingRule[] = "SeamlyFilter_FindMatchingRule";
+
 bool SameText(const std::string& value, const std::string& text) {
   return std::strncmp(value.c_str(), text.c_str(), kMaxRuleText) == 0;
 }
@@ -49,7 +51,7 @@ bool Holds(const RuleItem& item, const SeamlyFilterData& data, SeamlyFilterMatch
     case RuleKey::NotApplicableTo:
       break;
   }
-  LogEntry("%s: unrecognized rule, skipping\n", "SeamlyFilter_FindMatchingRule");
+  LogEntry(kFindMatchingRule, "unrecognized rule, skipping\n");
   return true;
 }
 
@@ -87,7 +89,7 @@ SeamlyFilterMatch SeamlyFilter_FindMatchingRule(HWND window) {
 }
 
 void SeamlyFilter_Close() {
-  LogEntry("%s: Cleaning up filter rules tables\n", __func__);
+  LogEntry(__func__, "Cleaning up filter rules tables\n");
   RuleTable& rules = SeamlyFilterRules();
   for (RuleSet& set : rules.sets) set = {};
   rules.last = -1;

@@ -10,6 +10,7 @@
 #include <shlobj.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <string_view>
 
 namespace {
@@ -76,7 +77,7 @@ std::optional<RuleLine> RuleFileReader::Next() {
 bool SeamlyFilterProcessFile(const std::wstring& path, const char* context) {
   RuleFileReader reader(path);
   if (!reader.IsOpen()) {
-    LogEntry("%s: unable to open %s\n", __func__, Unicode_Utf8FromWide(path).c_str());
+    LogEntry(__func__, "unable to open %s\n", Unicode_Utf8FromWide(path).c_str());
     return false;
   }
   RuleReading reading{context};

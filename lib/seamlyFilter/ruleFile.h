@@ -1,20 +1,14 @@
 #pragma once
 
+#include "lib/misc/platformHandles.h"
 #include "lib/seamlyFilter/rules.h"
 
 #include <array>
 #include <cstddef>
-#include <cstdio>
-#include <memory>
 #include <optional>
 #include <string>
 
 // Rule files and the folder that they lie in.
-
-struct StdFileCloser {
-  void operator()(std::FILE* file) const noexcept { std::fclose(file); }
-};
-using UniqueStdFile = std::unique_ptr<std::FILE, StdFileCloser>;
 
 struct RuleLine {
   std::string text;  ///< without the line end, less than kMaxRuleText bytes
@@ -28,7 +22,7 @@ class RuleFileReader {
   /// Any path that the file system has, whatever letters it holds. Others may be writing to the file.
   explicit RuleFileReader(const std::wstring& path);
 
-  bool IsOpen() const { return file_ != nullptr; }
+  bool IsOpen() const { return static_cast<bool>(file_); }
   /// The next line, or nothing at the end.
   std::optional<RuleLine> Next();
 

@@ -21,13 +21,14 @@ constexpr const char* kFilterKeys[] = {
 constexpr DWORD kLongestValue = 16384;  // characters
 
 constexpr char kAddRegKeyRules[] = "AddRegKeyRules";
+constexpr char kParseRegRule[] = "ParseRegRule";
+constexpr char kParseRegRuleBlank[] = "ParseRegRule ";  // two messages have a blank before the colon
 
 /// One piece of a registry rule.
 void ParsePiece(std::string_view piece, RuleReading& reading) {
-  constexpr char kParseRegRule[] = "ParseRegRule";
   const std::optional<RuleText> text = SeamlyFilterSplitText(piece);
   if (!text) {
-    LogEntry("%s : The registry rule subsection '%s' is not properly formatted.\n", kParseRegRule,
+    LogEntry(kParseRegRuleBlank, "The registry rule subsection '%s' is not properly formatted.\n",
              std::string(piece).c_str());
     return;
   }
@@ -35,19 +36,19 @@ void ParsePiece(std::string_view piece, RuleReading& reading) {
   const std::string value(text->value);
   const RuleKey key = SeamlyFilterKeyOf(name);
   if (key == RuleKey::None) {
-    LogEntry("%s: Ignoring unknown Seamly filter rule key '%s' with value '%s'.\n", kParseRegRule, name.c_str(),
+    LogEntry(kParseRegRule, "Ignoring unknown Seamly filter rule key '%s' with value '%s'.\n", name.c_str(),
              value.c_str());
     return;
   }
-  LogEntry("%s: Successfully parsed Seamly filter rule with key '%s', value '%s', and type %d.\n", kParseRegRule,
+  LogEntry(kParseRegRule, "Successfully parsed Seamly filter rule with key '%s', value '%s', and type %d.\n",
            name.c_str(), value.c_str(), static_cast<int>(key));
   SeamlyFilterAddItem(reading, key, value);
 }
 
 void AddRule(const char* path, const std::string& name, DWORD type, std::wstring_view rule, const char* context) {
   if (type != REG_SZ) {
-    LogEntry("%s: Registry value 'HKLM\\%s\\%s' has an unexpected type. Only REG_SZ is allowed.\n", kAddRegKeyRules,
-             path, name.c_str());
+    LogEntry(kAddRegKeyRules, "Registry value 'HKLM\\%s\\%s' has an unexpected type. Only REG_SZ is allowed.\n", path,
+             name.c_str());
     return;
   }
   ParseRegRule(name, Unicode_Utf8FromWide(rule.substr(0, rule.find(L'\0'))), context);
@@ -74,12 +75,12 @@ void AddRulesOf(const char* path, const char* context) {
   UniqueRegistryKey key;
   LSTATUS status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, Unicode_WideFromUtf8(path).c_str(), 0, KEY_READ, key.put());
   if (status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND) {
-    LogEntry("%s: Skipping non-existing Seamly filter key '%s'.\n", kAddRegKeyRules, path);
+    LogEntry(kAddRegKeyRules, "Skipping non-existing Seamly filter key '%s'.\n", path);
     return;
   }
   if (status == ERROR_SUCCESS) status = AddValuesOf(key.get(), path, context);
   if (status != ERROR_NO_MORE_ITEMS) {
-    LogEntry("%s: Unhandled error type:'%d'.\n", kAddRegKeyRules, static_cast<int>(status));
+    LogEntry(kAddRegKeyRules, "Unhandled error type:'%d'.\n", static_cast<int>(status));
   }
 }
 
@@ -92,15 +93,15 @@ void AddRegKeyRules(const char* context) {
 void ParseRegRule(const std::string& name, std::string_view rule, const char* context) {
   RuleReading reading{context};
   if (!SeamlyFilterBeginRule(reading)) {
-    LogEntry("%s : Registry read too many rules, maxFileRules: %d.\n", __func__, kMaxRuleSets);
+    LogEntry(kParseRegRuleBlank, "Registry read too many rules, maxFileRules: %d.\n", kMaxRuleSets);
     return;
   }
-  LogEntry("%s: Parsing custom Seamly filter rule '%s'.\n", __func__, name.c_str());
+  LogEntry(__func__, "Parsing custom Seamly filter rule '%s'.\n", name.c_str());
   while (!rule.empty()) {
     const std::size_t end = rule.find(';');
     if (end != 0) ParsePiece(rule.substr(0, end), reading);
     rule.remove_prefix(end == std::string_view::npos ? rule.size() : end + 1);
   }
-  LogEntry("%s: Done parsing custom Seamly filter rule '%s'.\n", __func__, name.c_str());
+  LogEntry(__func__, "Done parsing custom Seamly filter rule '%s'.\n", name.c_str());
   SeamlyFilterEndRule(reading);
 }

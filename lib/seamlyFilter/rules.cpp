@@ -106,7 +106,7 @@ void SeamlyFilterAddItem(RuleReading& reading, RuleKey key, std::string_view val
   if (set.written > kMaxRuleItems) return;
   // Without the conditions that were left out it would match more windows than was meant.
   if (++set.written > kMaxRuleItems) {
-    LogEntry("%s: Too many rule items, the rule set is not used.\n", __func__);
+    LogEntry(__func__, "Too many rule items, the rule set is not used.\n");
     set.items.clear();
     return;
   }
@@ -124,7 +124,7 @@ void SeamlyFilterEndRule(RuleReading& reading) {
 RuleKey SeamlyFilterParseLine(std::string_view line, RuleReading& reading) {
   if (line.empty() || line.front() == '#') return RuleKey::None;
   if (line == "BeginRule") {
-    if (!SeamlyFilterBeginRule(reading)) LogEntry("%s: Too many rule sets.\n", __func__);
+    if (!SeamlyFilterBeginRule(reading)) LogEntry(__func__, "Too many rule sets.\n");
     return RuleKey::None;
   }
   if (line == "EndRule") {
@@ -136,10 +136,10 @@ RuleKey SeamlyFilterParseLine(std::string_view line, RuleReading& reading) {
   const std::optional<RuleText> text = SeamlyFilterSplitText(line);
   const RuleKey key = text ? SeamlyFilterKeyOf(text->key) : RuleKey::None;
   if (key == RuleKey::None) {
-    LogEntry("%s: bad token or whitespace '%s'\n", __func__, std::string(line).c_str());
+    LogEntry(__func__, "bad token or whitespace '%s'\n", std::string(line).c_str());
     return RuleKey::None;
   }
-  LogEntry("%s: lhs %s rhs %s type %d\n", __func__, std::string(text->key).c_str(), std::string(text->value).c_str(),
+  LogEntry(__func__, "lhs %s rhs %s type %d\n", std::string(text->key).c_str(), std::string(text->value).c_str(),
            static_cast<int>(key));
   SeamlyFilterAddItem(reading, key, text->value);
   return key;

@@ -7,11 +7,8 @@
 
 #include <windows.h>
 
-#include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <map>
-#include <vector>
 
 namespace {
 
@@ -29,60 +26,42 @@ std::string BoundedUtf8(const std::wstring& text) {
   return utf8;
 }
 
-/// Empty, with a message, for a file without a readable version resource.
-std::vector<std::uint8_t> ReadVersionResource(const wchar_t* path, HWND window) {
-  DWORD ignored = 0;
-  const DWORD size = GetFileVersionInfoSizeW(path, &ignored);
-  if (size == 0) {
-    LogEntry("%s: unable to get version info size of window 0x%p (err=%u).\n", kGetData, window, GetLastError());
-    return {};
-  }
-  // A buffer that is smaller than the resource receives its beginning (Microsoft Learn, GetFileVersionInfoW).
-  std::vector<std::uint8_t> resource(std::min<std::size_t>(size, VersionBlock::kLongestResource));
-  if (GetFileVersionInfoW(path, 0, static_cast<DWORD>(resource.size()), resource.data()) == FALSE) {
-    LogEntry("%s: GetFileVersionInfo failed for window 0x%p (err=%u).\n", kGetData, window, GetLastError());
-    return {};
-  }
-  return resource;
-}
-
-bool ReadNumbers(const VersionBlock& block, SeamlyFilterData& data) {
-  std::uint32_t length = 0;
-  const void* const root = block.Find(L"\\", length);
-  VS_FIXEDFILEINFO info{};
-  if (root == nullptr || std::min<std::size_t>(length, block.BytesFrom(root)) < sizeof(info)) return false;
-  std::memcpy(&info, root, sizeof(info));
-  data.major = HIWORD(info.dwFileVersionMS);
-  data.minor = LOWORD(info.dwFileVersionMS);
-  data.build = HIWORD(info.dwFileVersionLS);
-  data.revision = LOWORD(info.dwFileVersionLS);
-  return true;
-}
-
 /// Everything but the class name. What comes behind the first failure stays empty.
 SeamlyFilterData ReadProgramData(const std::wstring& path, HWND window) {
   SeamlyFilterData data;
-  const std::vector<std::uint8_t> resource = ReadVersionResource(path.c_str(), window);
-  if (resource.empty()) return data;
-  const VersionBlock block(resource);
-  if (!ReadNumbers(block, data)) {
-    LogEntry("%s: unable to get version info of window 0x%p (err=%u).\n", kGetData, window, GetLastError());
+  const VersionResource resource = ReadVersionResource(path);
+  if (!resource.block) {
+    if (resource.failed == VersionCall::Size) {
+      LogEntry(kGetData, "unable to get version info size of window 0x%p (err=%u).\n", window, resource.error);
+    } else {
+      LogEntry(kGetData, "GetFileVersionInfo failed for window 0x%p (err=%u).\n", window, resource.error);
+    }
     return data;
   }
+  const VersionBlock& block = *resource.block;
+  const std::optional<VS_FIXEDFILEINFO> numbers = block.Read<VS_FIXEDFILEINFO>(L"\\");
+  if (!numbers) {
+    LogEntry(kGetData, "unable to get version info of window 0x%p (err=%u).\n", window, GetLastError());
+    return data;
+  }
+  data.major = HIWORD(numbers->dwFileVersionMS);
+  data.minor = LOWORD(numbers->dwFileVersionMS);
+  data.build = HIWORD(numbers->dwFileVersionLS);
+  data.revision = LOWORD(numbers->dwFileVersionLS);
   const std::optional<std::wstring> languageCodePage = block.FirstLanguageCodePage();
   if (!languageCodePage) {
-    LogEntry("%s: unable to get process translation data of window 0x%p (err=%u).\n", kGetData, window, GetLastError());
+    LogEntry(kGetData, "unable to get process translation data of window 0x%p (err=%u).\n", window, GetLastError());
     return data;
   }
   const std::optional<std::wstring> company = FindVersionString(block, *languageCodePage, L"CompanyName");
   if (!company) {
-    LogEntry("%s: unable to get company name of window 0x%p (err=%u).\n", kGetData, window, GetLastError());
+    LogEntry(kGetData, "unable to get company name of window 0x%p (err=%u).\n", window, GetLastError());
     return data;
   }
   data.company = BoundedUtf8(*company);
   const std::optional<std::wstring> product = FindVersionString(block, *languageCodePage, L"ProductName");
   if (!product) {
-    LogEntry("%s: unable to get product name of window 0x%p (err=%u).\n", kGetData, window, GetLastError());
+    LogEntry(kGetData, "unable to get product name of window 0x%p (err=%u).\n", window, GetLastError());
     return data;
   }
   data.product = BoundedUtf8(*product);
@@ -121,7 +100,7 @@ std::optional<SeamlyFilterData> SeamlyFilterGetData(HWND window) {
   // Microsoft Learn, WNDCLASSEXW: a class name has at most 256 characters.
   wchar_t className[256 + 1] = {};
   if (GetClassNameW(window, className, static_cast<int>(std::size(className))) == 0) {
-    LogEntry("%s: unable to classname of window 0x%p (err=%u)\n", kGetData, window, GetLastError());
+    LogEntry(kGetData, "unable to classname of window 0x%p (err=%u)\n", window, GetLastError());
     return std::nullopt;
   }
   const UniqueMalloc<wchar_t> path = System_GetImageFilePathForWindow(window);

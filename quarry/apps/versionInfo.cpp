@@ -6,33 +6,23 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <cstdint>
-#include <vector>
 
 namespace quarry {
 
 VersionStrings ReadVersionInfo(const std::wstring& path) {
-  DWORD ignored = 0;
-  const DWORD size = GetFileVersionInfoSizeW(path.c_str(), &ignored);
-  if (size == 0) {
-    const DWORD error = GetLastError();
-    if (error == ERROR_RESOURCE_TYPE_NOT_FOUND) {
+  const VersionResource resource = ReadVersionResource(path);
+  if (!resource.block) {
+    if (resource.failed == VersionCall::Size && resource.error == ERROR_RESOURCE_TYPE_NOT_FOUND) {
       Log(LogLevel::Warning, L"No VersionInfo in %s\n", path.c_str());
     } else {
-      Log(LogLevel::Warning, L"Failed to load VersionInfo from %s, error %ld\n", path.c_str(), error);
+      Log(LogLevel::Warning, L"Failed to load VersionInfo from %s, error %ld\n", path.c_str(), resource.error);
     }
-    return {};
-  }
-  // A buffer that is smaller than the resource receives its beginning (Microsoft Learn, GetFileVersionInfoW).
-  std::vector<std::uint8_t> resource(std::min<std::size_t>(size, VersionBlock::kLongestResource));
-  if (GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(resource.size()), resource.data()) == FALSE) {
-    Log(LogLevel::Warning, L"Failed to load VersionInfo from %s, error %ld\n", path.c_str(), GetLastError());
     return {};
   }
 
   // Some tools write strings without a translation table: these are looked for in the usual language all the same.
-  const VersionBlock block(resource);
+  const VersionBlock& block = *resource.block;
   std::uint32_t tableSize = 0;
   if (block.Find(L"\\VarFileInfo\\Translation", tableSize) == nullptr) {
     Log(LogLevel::Warning, L"Failed to get VarFileInfo\\Translation from %s, error %ld\n", path.c_str(),

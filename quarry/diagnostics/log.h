@@ -1,5 +1,7 @@
 #pragma once
 
+#include "lib/string/checkedFormat.h"
+
 #include <cstdint>
 #include <type_traits>
 
@@ -24,13 +26,12 @@ extern LogCallback callback;
 void FormatAndDeliver(LogLevel level, const wchar_t* format, ...);
 }  // namespace log_detail
 
-/// Formats one message (wide format string with the platform's rules, `%s` names a wide string) and passes it whole to
-/// the callback. Without a callback nothing is formatted.
+/// Formats one message, as Str_FormatWide does (`%s` names a wide string), and passes it whole to the callback. Without
+/// a callback nothing is formatted.
 template <typename... Arguments>
-void Log(LogLevel level, const wchar_t* format, Arguments... arguments) {
-  static_assert((std::is_scalar_v<Arguments> && ...), "a format takes numbers and pointers: pass text by c_str()");
+void Log(LogLevel level, CheckedFormat<wchar_t, std::type_identity_t<Arguments>...> format, Arguments... arguments) {
   if (log_detail::callback == nullptr) return;
-  log_detail::FormatAndDeliver(level, format, arguments...);
+  log_detail::FormatAndDeliver(level, format.c_str(), arguments...);
 }
 
 }  // namespace quarry

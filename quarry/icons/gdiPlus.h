@@ -19,19 +19,9 @@ using std::min;
 
 namespace quarry {
 
-struct GdiPlusTokenTraits {
-  using Handle = ULONG_PTR;
-  static Handle Invalid() noexcept { return 0; }
-  static void Close(Handle handle) noexcept { Gdiplus::GdiplusShutdown(handle); }
-};
 /// GDI+ in use, from GdiplusStartup. It must outlive every GDI+ object.
-using UniqueGdiPlus = UniqueHandle<GdiPlusTokenTraits>;
-
-struct GdiPlusBitmapTraits {
-  using Handle = Gdiplus::GpBitmap*;
-  static Handle Invalid() noexcept { return nullptr; }
-  static void Close(Handle handle) noexcept { Gdiplus::DllExports::GdipDisposeImage(handle); }
-};
-using UniqueGdiPlusBitmap = UniqueHandle<GdiPlusBitmapTraits>;
+using UniqueGdiPlus = UniqueHandle<ULONG_PTR, Gdiplus::GdiplusShutdown>;
+/// A bitmap of GDI+.
+using UniqueGdiPlusBitmap = UniqueHandle<Gdiplus::GpBitmap*, Gdiplus::DllExports::GdipDisposeImage>;
 
 }  // namespace quarry

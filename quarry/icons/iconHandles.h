@@ -4,33 +4,24 @@
 
 #include <windows.h>
 
-#include <utility>
-
 // Owners of what icons are made of on the platform.
 
 namespace quarry {
 
-struct IconHandleTraits {
-  using Handle = HICON;
-  static Handle Invalid() noexcept { return nullptr; }
-  static void Close(Handle handle) noexcept { DestroyIcon(handle); }
-};
+namespace icon_detail {
+inline void ReleaseScreenDc(HDC screen) { ReleaseDC(nullptr, screen); }
+}  // namespace icon_detail
+
 /// An icon that is not shared with others.
-using UniqueIcon = UniqueHandle<IconHandleTraits>;
-
-struct BitmapTraits {
-  using Handle = HBITMAP;
-  static Handle Invalid() noexcept { return nullptr; }
-  static void Close(Handle handle) noexcept { DeleteObject(handle); }
-};
-using UniqueBitmap = UniqueHandle<BitmapTraits>;
-
-struct ScreenDcTraits {
-  using Handle = HDC;
-  static Handle Invalid() noexcept { return nullptr; }
-  static void Close(Handle handle) noexcept { ReleaseDC(nullptr, handle); }
-};
+using UniqueIcon = UniqueHandle<HICON, DestroyIcon>;
+using UniqueBitmap = UniqueHandle<HBITMAP, DeleteObject>;
 /// The device context of the whole screen, from GetDC(nullptr).
-using UniqueScreenDc = UniqueHandle<ScreenDcTraits>;
+using UniqueScreenDc = UniqueHandle<HDC, icon_detail::ReleaseScreenDc>;
+
+/// The bitmaps of GetIconInfo, which makes copies of the icon's own.
+struct IconBitmaps {
+  UniqueBitmap mask;
+  UniqueBitmap color;
+};
 
 }  // namespace quarry

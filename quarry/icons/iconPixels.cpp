@@ -9,6 +9,13 @@ namespace {
 
 constexpr std::size_t kBytesPerPixel = 4;
 
+/// The icon's bitmaps; nothing, with the last error, when the platform does not give them.
+std::optional<IconBitmaps> BitmapsOf(HICON icon) {
+  ICONINFO info{};
+  if (GetIconInfo(icon, &info) == FALSE) return std::nullopt;
+  return IconBitmaps{UniqueBitmap(info.hbmMask), UniqueBitmap(info.hbmColor)};
+}
+
 bool CopyPixels(HBITMAP bitmap, IconPixels& pixels) {
   if (pixels.width <= 0 || pixels.height <= 0) return false;
   pixels.bytes.resize(kBytesPerPixel * static_cast<std::size_t>(pixels.width) *
@@ -28,21 +35,18 @@ bool CopyPixels(HBITMAP bitmap, IconPixels& pixels) {
 }  // namespace
 
 std::optional<IconPixels> ReadPixels(HICON icon) {
-  ICONINFO info{};
-  if (GetIconInfo(icon, &info) == FALSE) {
+  const std::optional<IconBitmaps> bitmaps = BitmapsOf(icon);
+  if (!bitmaps) {
     Log(LogLevel::Error, L"GetIconInfo failed err=%ld\n", GetLastError());
     return std::nullopt;
   }
-  UniqueBitmap(info.hbmMask).reset();
-  const UniqueBitmap color(info.hbmColor);
-
   BITMAP bitmap{};
-  if (GetObjectW(color.get(), sizeof(bitmap), &bitmap) == 0) {
+  if (GetObjectW(bitmaps->color.get(), sizeof(bitmap), &bitmap) == 0) {
     Log(LogLevel::Error, L"GetObject failed\n");
     return std::nullopt;
   }
   IconPixels pixels{bitmap.bmWidth, bitmap.bmHeight, {}};
-  if (!CopyPixels(color.get(), pixels)) {
+  if (!CopyPixels(bitmaps->color.get(), pixels)) {
     Log(LogLevel::Error, L"GetDIBits failed!\n");
     return std::nullopt;
   }
@@ -50,12 +54,9 @@ std::optional<IconPixels> ReadPixels(HICON icon) {
 }
 
 std::optional<IconPixels> WithMaskAsAlpha(HICON icon, IconPixels pixels) {
-  ICONINFO info{};
-  if (GetIconInfo(icon, &info) == FALSE) return std::nullopt;
-  UniqueBitmap(info.hbmColor).reset();
-  const UniqueBitmap maskBitmap(info.hbmMask);
+  const std::optional<IconBitmaps> bitmaps = BitmapsOf(icon);
   IconPixels mask{pixels.width, pixels.height, {}};
-  if (!CopyPixels(maskBitmap.get(), mask)) return std::nullopt;
+  if (!bitmaps || !CopyPixels(bitmaps->mask.get(), mask)) return std::nullopt;
   for (std::size_t position = 0; position < mask.bytes.size(); position += kBytesPerPixel) {
     const bool isTransparent = mask.bytes[position] != 0;  // white in the mask
     pixels.bytes[position + kBytesPerPixel - 1] = isTransparent ? 0 : 0xFF;

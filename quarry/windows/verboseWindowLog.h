@@ -1,5 +1,7 @@
 #pragma once
 
+#include "lib/string/checkedFormat.h"
+
 #include <type_traits>
 
 namespace quarry {
@@ -15,9 +17,8 @@ void FormatAndLog(const wchar_t* format, ...);
 /// Logs a message on one window at level 3, cut at 1024 characters, when the verbose window log is on. Otherwise
 /// nothing is formatted.
 template <typename... Arguments>
-void VerboseLog(const wchar_t* format, Arguments... arguments) {
-  static_assert((std::is_scalar_v<Arguments> && ...), "a format takes numbers and pointers: pass text by c_str()");
-  if (IsVerboseWindowLogOn()) verbose_detail::FormatAndLog(format, arguments...);
+void VerboseLog(CheckedFormat<wchar_t, std::type_identity_t<Arguments>...> format, Arguments... arguments) {
+  if (IsVerboseWindowLogOn()) verbose_detail::FormatAndLog(format.c_str(), arguments...);
 }
 
 }  // namespace quarry

@@ -2,6 +2,7 @@
 #include "lib/misc/osVersion.h"
 #include "lib/misc/platformHandles.h"
 #include "lib/misc/win32uRegistry.h"
+#include "lib/string/checkedFormat.h"
 #include "lib/string/str.h"
 
 #include <gmock/gmock.h>
@@ -22,6 +23,24 @@ TEST(Format, FollowsThePlatformsRulesAtAnyLength) {
   EXPECT_EQ(Str_FormatWide(L"<%s>", text.c_str()), L"<" + text + L">");
 }
 
+TEST(Format, IsRefusedWhenItDoesNotFitItsArguments) {
+  using Text = const wchar_t*;
+  using Narrow = const char*;
+  EXPECT_TRUE((FormatFits<wchar_t, Text, Text, Narrow>(L"100%% %s %ls %hs%%")));
+  EXPECT_TRUE((FormatFits<char, Narrow, Text, Narrow, HWND>("%s %ls %hs %p")));
+  EXPECT_TRUE((FormatFits<char, DWORD, HRESULT, std::uint64_t, bool>("%-5.2u %#08lx %I64u%d")));
+  EXPECT_FALSE((FormatFits<wchar_t, Narrow>(L"%s")));
+  EXPECT_FALSE((FormatFits<char, Text>("%s")));
+  EXPECT_FALSE((FormatFits<char, Text>("%p")));
+  EXPECT_FALSE((FormatFits<char, std::uint64_t>("%u")));
+  EXPECT_FALSE((FormatFits<char, unsigned>("%I64u")));
+  EXPECT_FALSE((FormatFits<char, unsigned>("%f")));
+  EXPECT_FALSE((FormatFits<char, unsigned>("%%u")));
+  EXPECT_FALSE((FormatFits<char, unsigned>("%u %u")));
+  EXPECT_FALSE((FormatFits<char, unsigned, unsigned>("%u")));
+  EXPECT_FALSE((FormatFits<char>("100%")));
+}
+
 TEST(Split, KeepsNonEmptyPiecesUntrimmed) {
   EXPECT_THAT(Str_Split(L";;a;; b ;", L';'), ElementsAre(L"a", L" b "));
   EXPECT_THAT(Str_Split(L"alone", L';'), ElementsAre(L"alone"));
@@ -29,19 +48,19 @@ TEST(Split, KeepsNonEmptyPiecesUntrimmed) {
   EXPECT_TRUE(Str_Split(L";;;", L';').empty());
 }
 
-struct CountingTraits {
-  using Handle = int;
-  static Handle Invalid() noexcept { return -1; }
-  static void Close(Handle handle) noexcept { closed->push_back(handle); }
-  static inline std::vector<int>* closed = nullptr;
-};
+std::vector<int> closed;
+
+void CloseNumber(int number) {
+  closed.push_back(number);
+  SetLastError(ERROR_INVALID_HANDLE);
+}
 
 TEST(UniqueHandle, ClosesEachHandleOnceAndOnlyWhatItHolds) {
-  std::vector<int> closed;
-  CountingTraits::closed = &closed;
+  using UniqueNumber = UniqueHandle<int, CloseNumber, -1>;  // 0 is a handle here
+  SetLastError(ERROR_FILE_NOT_FOUND);
   {
-    UniqueHandle<CountingTraits> first(0);  // 0 is a handle here: only Invalid() means none
-    UniqueHandle<CountingTraits> second(std::move(first));
+    UniqueNumber first(0);
+    UniqueNumber second(std::move(first));
     EXPECT_FALSE(first);  // NOLINT(bugprone-use-after-move): moved from means empty
     EXPECT_TRUE(second);
     first.attach(1);
@@ -49,10 +68,11 @@ TEST(UniqueHandle, ClosesEachHandleOnceAndOnlyWhatItHolds) {
     EXPECT_THAT(closed, ElementsAre(1));
     *first.put() = 2;
     EXPECT_THAT(closed, ElementsAre(1, 0));
-    UniqueHandle<CountingTraits> third(3);
+    UniqueNumber third(3);
     EXPECT_EQ(third.release(), 3);
   }
   EXPECT_THAT(closed, ElementsAre(1, 0, 2));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND)) << "the error that the owner's user failed with";
 }
 
 TEST(OsVersion, PlacesEverySystemInTheRowOfGenerations) {
