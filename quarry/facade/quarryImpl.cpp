@@ -6,7 +6,7 @@
 #include "quarry/launch/hiddenWindow.h"
 #include "quarry/paths/expandPath.h"
 
-#include "lib/fileTypes/fileTypeTable.h"
+#include "lib/fileTypes/fileTypeDiscovery.h"
 #include "lib/misc/fileBytes.h"
 #include "lib/misc/tickCount.h"
 
