@@ -5,19 +5,34 @@
 // Rules by which administrators hide windows or say what kind of window one is. The rules and the results that were
 // found are process-wide; one thread at a time may use them. Messages go to the procedural libraries' log entry.
 
-constexpr int kRuleActionNone = 0;
-constexpr int kRuleActionBlock = 1;
-constexpr int kRuleActionMap = 2;
+enum RuleAction : int { kRuleActionNone = 0, kRuleActionBlock = 1, kRuleActionMap = 2 };
 
-constexpr int kWindowTypeNone = -1;
-constexpr int kWindowTypeTooltip = 4;
-constexpr int kWindowTypeCombobox = 9;
+/// The numbers are those of the window systems that the rules were first written for: 11 is not used.
+enum RuleWindowType : int {
+  kWindowTypeNone = -1,
+  kWindowTypeNormal = 0,
+  kWindowTypePanel = 1,
+  kWindowTypeDialog = 2,
+  kWindowTypeMenu = 3,
+  kWindowTypeTooltip = 4,
+  kWindowTypeSplash = 5,
+  kWindowTypeToolbar = 6,
+  kWindowTypeDock = 7,
+  kWindowTypeDesktop = 8,
+  kWindowTypeCombobox = 9,
+  kWindowTypeWidget = 10,
+  kWindowTypeStartScreen = 12,
+  kWindowTypeSidePanel = 13,
+  kWindowTypeTaskbar = 14,
+  kWindowTypeMetroFullScreen = 15,
+  kWindowTypeMetroDocked = 16,
+};
 
 /// What the rules say of a window.
 struct SeamlyFilterMatch {
   bool matched = false;
-  int action = kRuleActionNone;
-  int windowType = kWindowTypeNone;
+  RuleAction action = kRuleActionNone;
+  RuleWindowType windowType = kWindowTypeNone;
 };
 
 /// Adds the rule sets of the rules folder's files and then those of the registry. Rule sets whose "notapplicableto"

@@ -7,30 +7,45 @@
 
 namespace {
 
-struct NamedNumber {
+template <typename Number>
+struct Named {
   std::string_view name;
-  int number;
+  Number number;
 };
 
-constexpr NamedNumber kKeys[] = {
-    {"company", 1},  {"product", 2},   {"major", 3}, {"minor", 4},  {"build", 5},
-    {"revision", 6}, {"classname", 7}, {"type", 8},  {"action", 9}, {"notapplicableto", 10},
+constexpr Named<RuleKey> kKeys[] = {
+    {"company", RuleKey::Company},     {"product", RuleKey::Product},
+    {"major", RuleKey::Major},         {"minor", RuleKey::Minor},
+    {"build", RuleKey::Build},         {"revision", RuleKey::Revision},
+    {"classname", RuleKey::ClassName}, {"type", RuleKey::Type},
+    {"action", RuleKey::Action},       {"notapplicableto", RuleKey::NotApplicableTo},
 };
 
-// The numbers are those of the window systems that the rules were first written for: 11 is not used.
-constexpr NamedNumber kWindowTypes[] = {
-    {"normal", 0},     {"panel", 1},    {"dialog", 2},           {"menu", 3},
-    {"tooltip", 4},    {"splash", 5},   {"toolbar", 6},          {"dock", 7},
-    {"desktop", 8},    {"widget", 10},  {"combobox", 9},         {"startscreen", 12},
-    {"sidepanel", 13}, {"taskbar", 14}, {"metrofullscreen", 15}, {"metrodocked", 16},
+constexpr Named<RuleWindowType> kWindowTypes[] = {
+    {"normal", kWindowTypeNormal},
+    {"panel", kWindowTypePanel},
+    {"dialog", kWindowTypeDialog},
+    {"menu", kWindowTypeMenu},
+    {"tooltip", kWindowTypeTooltip},
+    {"splash", kWindowTypeSplash},
+    {"toolbar", kWindowTypeToolbar},
+    {"dock", kWindowTypeDock},
+    {"desktop", kWindowTypeDesktop},
+    {"widget", kWindowTypeWidget},
+    {"combobox", kWindowTypeCombobox},
+    {"startscreen", kWindowTypeStartScreen},
+    {"sidepanel", kWindowTypeSidePanel},
+    {"taskbar", kWindowTypeTaskbar},
+    {"metrofullscreen", kWindowTypeMetroFullScreen},
+    {"metrodocked", kWindowTypeMetroDocked},
 };
 
-constexpr NamedNumber kActions[] = {{"block", kRuleActionBlock}, {"map", kRuleActionMap}};
+constexpr Named<RuleAction> kActions[] = {{"block", kRuleActionBlock}, {"map", kRuleActionMap}};
 
-template <std::size_t Size>
-int NumberOf(const NamedNumber (&names)[Size], std::string_view name, int unknown) {
-  const auto* const found =
-      std::find_if(std::begin(names), std::end(names), [name](const NamedNumber& entry) { return entry.name == name; });
+template <typename Number, std::size_t Size>
+Number NumberOf(const Named<Number> (&names)[Size], std::string_view name, Number unknown) {
+  const auto* const found = std::find_if(std::begin(names), std::end(names),
+                                         [name](const Named<Number>& entry) { return entry.name == name; });
   return found == std::end(names) ? unknown : found->number;
 }
 
@@ -62,11 +77,11 @@ std::optional<RuleText> SeamlyFilterSplitText(std::string_view text) {
   return RuleText{text.substr(0, equals), text.substr(equals + 1)};
 }
 
-RuleKey SeamlyFilterKeyOf(std::string_view name) { return static_cast<RuleKey>(NumberOf(kKeys, name, 0)); }
+RuleKey SeamlyFilterKeyOf(std::string_view name) { return NumberOf(kKeys, name, RuleKey::None); }
 
-int SeamlyFilterWindowTypeOf(std::string_view name) { return NumberOf(kWindowTypes, name, kWindowTypeNone); }
+RuleWindowType SeamlyFilterWindowTypeOf(std::string_view name) { return NumberOf(kWindowTypes, name, kWindowTypeNone); }
 
-int SeamlyFilterActionOf(std::string_view name) { return NumberOf(kActions, name, kRuleActionNone); }
+RuleAction SeamlyFilterActionOf(std::string_view name) { return NumberOf(kActions, name, kRuleActionNone); }
 
 bool SeamlyFilterBeginRule(RuleReading& reading) {
   // The end of the rule set before may be missing.
@@ -103,28 +118,4 @@ void SeamlyFilterEndRule(RuleReading& reading) {
   --SeamlyFilterRules().last;
   --reading.begun;
   reading.notApplicable = false;
-}
-
-RuleKey SeamlyFilterParseLine(std::string_view line, RuleReading& reading) {
-  if (line.empty() || line.front() == '#') return RuleKey::None;
-  if (line == "BeginRule") {
-    if (!SeamlyFilterBeginRule(reading)) LogEntry(__func__, "Too many rule sets.\n");
-    return RuleKey::None;
-  }
-  if (line == "EndRule") {
-    SeamlyFilterEndRule(reading);
-    return RuleKey::None;
-  }
-  if (reading.begun == 0 || reading.notApplicable) return RuleKey::None;
-
-  const std::optional<RuleText> text = SeamlyFilterSplitText(line);
-  const RuleKey key = text ? SeamlyFilterKeyOf(text->key) : RuleKey::None;
-  if (key == RuleKey::None) {
-    LogEntry(__func__, "bad token or whitespace '%s'\n", std::string(line).c_str());
-    return RuleKey::None;
-  }
-  LogEntry(__func__, "lhs %s rhs %s type %d\n", std::string(text->key).c_str(), std::string(text->value).c_str(),
-           static_cast<int>(key));
-  SeamlyFilterAddItem(reading, key, text->value);
-  return key;
 }

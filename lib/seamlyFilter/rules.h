@@ -63,9 +63,9 @@ struct RuleText {
 std::optional<RuleText> SeamlyFilterSplitText(std::string_view text);
 
 /// The numbers behind the names, which are told apart by case.
-RuleKey SeamlyFilterKeyOf(std::string_view name);     ///< None for an unknown name
-int SeamlyFilterWindowTypeOf(std::string_view name);  ///< kWindowTypeNone for an unknown name
-int SeamlyFilterActionOf(std::string_view name);      ///< kRuleActionNone for an unknown name
+RuleKey SeamlyFilterKeyOf(std::string_view name);                ///< None for an unknown name
+RuleWindowType SeamlyFilterWindowTypeOf(std::string_view name);  ///< kWindowTypeNone for an unknown name
+RuleAction SeamlyFilterActionOf(std::string_view name);          ///< kRuleActionNone for an unknown name
 
 /// Starts a rule set. False when the table is full: the last rule set then goes on.
 bool SeamlyFilterBeginRule(RuleReading& reading);
@@ -74,7 +74,3 @@ bool SeamlyFilterBeginRule(RuleReading& reading);
 void SeamlyFilterAddItem(RuleReading& reading, RuleKey key, std::string_view value);
 /// Drops the current rule set when it is not applicable.
 void SeamlyFilterEndRule(RuleReading& reading);
-
-/// Handles one line of a rule file, without its line end. Returns the key of the item that the line held, None when it
-/// held none.
-RuleKey SeamlyFilterParseLine(std::string_view line, RuleReading& reading);

@@ -330,11 +330,11 @@ TEST_F(WindowFilter, ReadsAProgramsVersionUpToTheFirstFailure) {
 
 TEST_F(WindowFilter, KeepsAnswersInABoundedCache) {
   const auto handle = [](std::size_t number) { return reinterpret_cast<HWND>(number * 2); };
-  SeamlyFilterAddToCache(handle(1), {true, 2, 4});
-  SeamlyFilterAddToCache(handle(1), {false, 0, -1});
+  SeamlyFilterAddToCache(handle(1), {true, kRuleActionMap, kWindowTypeTooltip});
+  SeamlyFilterAddToCache(handle(1), SeamlyFilterMatch{});
   EXPECT_EQ(Count("SeamlyFilterAddToCache: '2' already present in hashtable.\n"), 1);
   for (std::size_t number = 2; number <= 2 * kMaxCachedWindows; ++number) {
-    SeamlyFilterAddToCache(handle(number), {true, 1, 0});
+    SeamlyFilterAddToCache(handle(number), {true, kRuleActionBlock, kWindowTypeNormal});
     const auto first = SeamlyFilterFindInCache(handle(1));
     // The first full cache holds only answers that were used, and is emptied.
     ASSERT_EQ(first.has_value(), number <= kMaxCachedWindows) << number;
