@@ -1,8 +1,14 @@
 #include "lib/appUtil/handlerEnumeration.h"
 
-#include "lib/appUtil/protocolHandlers.h"
-
 namespace {
+
+using EnumHandlersFn = HRESULT(WINAPI*)(PCWSTR protocol, REFIID interfaceId, void** enumerator);
+
+/// In the shell's module, which is loaded for what this library imports from it.
+EnumHandlersFn FindEnumHandlers() {
+  return reinterpret_cast<EnumHandlersFn>(reinterpret_cast<void*>(
+      GetProcAddress(GetModuleHandleW(L"shell32"), "SHAssocEnumHandlersForProtocolByApplication")));
+}
 
 HRESULT SystemForExtension(const wchar_t* extension, IEnumAssocHandlers** handlers) {
   return SHAssocEnumHandlers(extension, ASSOC_FILTER_NONE, handlers);
@@ -17,6 +23,12 @@ constexpr HandlerEnumeration kSystemEnumeration = {SystemForExtension, SystemFor
 const HandlerEnumeration* g_enumeration = &kSystemEnumeration;
 
 }  // namespace
+
+HRESULT VlkSHAssocEnumHandlersForProtocolByApplication(PCWSTR protocol, REFIID interfaceId, void** enumerator) {
+  static const EnumHandlersFn enumHandlers = FindEnumHandlers();
+  if (enumHandlers == nullptr) return E_NOTIMPL;
+  return enumHandlers(protocol, interfaceId, enumerator);
+}
 
 const HandlerEnumeration& AppUtil_GetHandlerEnumeration() { return *g_enumeration; }
 

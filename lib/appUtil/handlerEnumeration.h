@@ -13,6 +13,10 @@ struct HandlerEnumeration {
   HRESULT (*forProtocol)(const wchar_t* protocol, IEnumAssocHandlers** handlers);
 };
 
+/// The platform's SHAssocEnumHandlersForProtocolByApplication, which is found by name because not every system has it:
+/// E_NOTIMPL there. Source: Microsoft Learn, SHAssocEnumHandlersForProtocolByApplication.
+HRESULT VlkSHAssocEnumHandlersForProtocolByApplication(PCWSTR protocol, REFIID interfaceId, void** enumerator);
+
 const HandlerEnumeration& AppUtil_GetHandlerEnumeration();
 
 /// Replaces both functions for the process; null brings the system's own back.

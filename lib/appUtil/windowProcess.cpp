@@ -64,6 +64,7 @@ void TakeForegroundByInput(HWND window) {
 }  // namespace
 
 UniqueMalloc<wchar_t> System_GetImageFilePathForWindow(HWND window) {
+  // Loaded in every process; even so, holding it once more can fail when memory runs out.
   const UniqueModule kernel(LoadLibraryW(L"kernel32.dll"));
   if (!kernel) {
     const DWORD error = GetLastError();

@@ -1,7 +1,8 @@
+#include "lib/fileTypes/fileTypeDiscovery.h"
+
 #include "lib/appUtil/allocationGuard.h"
 #include "lib/fileTypes/declaredTypes.h"
 #include "lib/fileTypes/fileTypeRecord.h"
-#include "lib/fileTypes/fileTypeTable.h"
 #include "lib/fileTypes/handlerPath.h"
 #include "lib/fileTypes/lookupCaches.h"
 #include "lib/fileTypes/lowerCase.h"

@@ -122,7 +122,7 @@ void LogShellNameFailure(const char* function, const std::string& typeName, HRES
 /// The shell's name for a type; nothing, with a message, when it has none.
 std::optional<std::string> ShellNameOf(const std::string& typeName) {
   const std::wstring wideName = Unicode_WideFromUtf8(typeName);
-  if (wideName.empty() && !typeName.empty()) {
+  if (wideName.empty() && !typeName.empty()) {  // longer than ICU can count
     LogEntry(kFriendlyName, "Failed to convert extension to UTF16.\n");
     return std::nullopt;
   }
@@ -144,7 +144,7 @@ std::optional<std::string> ShellNameOf(const std::string& typeName) {
       return std::nullopt;
     }
     std::string utf8Name = Unicode_Utf8FromWide(name.c_str());
-    if (utf8Name.empty() && name.front() != L'\0') {
+    if (utf8Name.empty() && name.front() != L'\0') {  // longer than ICU can count
       LogEntry(kFriendlyName, "Failed to convert name string to UTF8.\n");
       return std::nullopt;
     }

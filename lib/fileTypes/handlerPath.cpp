@@ -62,7 +62,6 @@ bool IsFile(const std::wstring& path) {
 
 /// Puts the program of an unquoted command line in quotes: the shortest part of the line up to a space that is a file.
 std::optional<std::wstring> QuoteExecutable(const std::wstring& commandLine) {
-  if (commandLine.starts_with(L'"')) return std::nullopt;
   for (std::size_t end = commandLine.find(L' ');; end = commandLine.find(L' ', end + 1)) {
     const std::wstring candidate = commandLine.substr(0, end);
     const std::optional<std::wstring> path = AppUtilExpandEnvironment(candidate);

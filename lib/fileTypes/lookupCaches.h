@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lib/fileTypes/fileTypeTable.h"
+#include "lib/fileTypes/fileTypeInfo.h"
 #include "lib/unicode/unicode.h"
 
 #include <map>

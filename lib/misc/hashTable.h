@@ -81,7 +81,7 @@ class HashTable {
   }
 
   std::size_t BucketOf(const Key& key) const noexcept {
-    if (bucketBits_ == 0) return 0;
+    if (bucketBits_ == 0) return 0;  // the shift below would be as wide as the number
     // Handles differ in their low bits only and std::hash may be the identity: 2^64 divided by the golden ratio spreads
     // them over the product's high bits.
     const std::uint64_t product = static_cast<std::uint64_t>(std::hash<Key>{}(key)) * 0x9E3779B97F4A7C15U;

@@ -21,7 +21,7 @@ void FormatAndDeliver(const char* function, const char* format, ...);
 template <typename... Arguments>
 void LogEntry(const char* function, CheckedFormat<char, std::type_identity_t<Arguments>...> format,
               Arguments... arguments) {
-  log_entry_detail::FormatAndDeliver(function, format.c_str(), arguments...);
+  log_entry_detail::FormatAndDeliver(function, format.get(), arguments...);
 }
 
 /// The entry for a fault that is known by its place in the sources only: "kind source:line".

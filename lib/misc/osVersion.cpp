@@ -72,10 +72,8 @@ int DetectGeneration() {
 }  // namespace
 
 std::optional<OsVersion> Os_GetVersion() {
-  const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
-  if (ntdll == nullptr) return std::nullopt;
-  const auto rtlGetVersion =
-      reinterpret_cast<RtlGetVersionFn>(reinterpret_cast<void*>(GetProcAddress(ntdll, "RtlGetVersion")));
+  const auto rtlGetVersion = reinterpret_cast<RtlGetVersionFn>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion")));
   OSVERSIONINFOEXW info{};
   info.dwOSVersionInfoSize = sizeof(info);
   if (rtlGetVersion == nullptr || rtlGetVersion(reinterpret_cast<OSVERSIONINFOW*>(&info)) != 0) return std::nullopt;

@@ -21,6 +21,9 @@ struct OsEdition {
   const wchar_t* longName;   ///< such as "Professional"
 };
 
+// Quarry itself asks for Windows 10. The libraries below it set no minimum of their own, and where systems before Vista
+// need another way they take it.
+
 /// The generation of systems that are older than any in the table, and of one whose version cannot be read.
 constexpr int kOsGenerationWindows2000 = 5;
 constexpr int kOsGenerationVista = 8;

@@ -43,7 +43,7 @@ void SeamlyFilterAddToCache(HWND window, const SeamlyFilterMatch& match) {
   switch (cache.Insert(window, CacheNode{match})) {
     case HashTableInsert::Inserted:
       return;
-    case HashTableInsert::AlreadyPresent:
+    case HashTableInsert::AlreadyPresent:  // not by SeamlyFilter_FindMatchingRule, which looks here first
       LogEntry(__func__, "'%x' already present in hashtable.\n",
                static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(window)));
       return;

@@ -49,7 +49,7 @@ bool Holds(const RuleItem& item, const SeamlyFilterData& data, SeamlyFilterMatch
       return true;
     case RuleKey::None:
     case RuleKey::NotApplicableTo:
-      break;
+      break;  // no reader makes such items; should the table hold one, it is to be noticed
   }
   LogEntry(kFindMatchingRule, "unrecognized rule, skipping\n");
   return true;

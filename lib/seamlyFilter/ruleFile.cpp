@@ -74,6 +74,30 @@ std::optional<RuleLine> RuleFileReader::Next() {
   return line;
 }
 
+RuleKey SeamlyFilterParseLine(std::string_view line, RuleReading& reading) {
+  if (line.empty() || line.front() == '#') return RuleKey::None;
+  if (line == "BeginRule") {
+    if (!SeamlyFilterBeginRule(reading)) LogEntry(__func__, "Too many rule sets.\n");
+    return RuleKey::None;
+  }
+  if (line == "EndRule") {
+    SeamlyFilterEndRule(reading);
+    return RuleKey::None;
+  }
+  if (reading.begun == 0 || reading.notApplicable) return RuleKey::None;
+
+  const std::optional<RuleText> text = SeamlyFilterSplitText(line);
+  const RuleKey key = text ? SeamlyFilterKeyOf(text->key) : RuleKey::None;
+  if (key == RuleKey::None) {
+    LogEntry(__func__, "bad token or whitespace '%s'\n", std::string(line).c_str());
+    return RuleKey::None;
+  }
+  LogEntry(__func__, "lhs %s rhs %s type %d\n", std::string(text->key).c_str(), std::string(text->value).c_str(),
+           static_cast<int>(key));
+  SeamlyFilterAddItem(reading, key, text->value);
+  return key;
+}
+
 bool SeamlyFilterProcessFile(const std::wstring& path, const char* context) {
   RuleFileReader reader(path);
   if (!reader.IsOpen()) {

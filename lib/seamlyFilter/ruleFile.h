@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 
 // Rule files and the folder that they lie in.
 
@@ -35,6 +36,10 @@ class RuleFileReader {
   std::size_t position_ = 0;
   std::size_t filled_ = 0;
 };
+
+/// Handles one line of a rule file, without its line end. Returns the key of the item that the line held, None when it
+/// held none.
+RuleKey SeamlyFilterParseLine(std::string_view line, RuleReading& reading);
 
 /// Adds the rule sets of the file at `path`. False, with a message, when it cannot be opened.
 bool SeamlyFilterProcessFile(const std::wstring& path, const char* context);

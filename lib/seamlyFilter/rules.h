@@ -74,7 +74,3 @@ bool SeamlyFilterBeginRule(RuleReading& reading);
 void SeamlyFilterAddItem(RuleReading& reading, RuleKey key, std::string_view value);
 /// Drops the current rule set when it is not applicable.
 void SeamlyFilterEndRule(RuleReading& reading);
-
-/// Handles one line of a rule file, without its line end. Returns the key of the item that the line held, None when it
-/// held none.
-RuleKey SeamlyFilterParseLine(std::string_view line, RuleReading& reading);

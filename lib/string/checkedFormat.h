@@ -16,9 +16,12 @@ template <typename Argument>
 constexpr ArgumentKind KindOf() {
   static_assert(std::is_integral_v<Argument> || std::is_pointer_v<Argument>,
                 "a format takes numbers and pointers: pass text by c_str()");
-  if (std::is_integral_v<Argument>) return sizeof(Argument) > 4 ? ArgumentKind::Number64 : ArgumentKind::Number32;
-  if (std::is_convertible_v<Argument, const char*>) return ArgumentKind::NarrowText;
-  return std::is_convertible_v<Argument, const wchar_t*> ? ArgumentKind::WideText : ArgumentKind::Pointer;
+  if constexpr (std::is_integral_v<Argument>) {
+    return sizeof(Argument) > 4 ? ArgumentKind::Number64 : ArgumentKind::Number32;
+  } else {
+    if (std::is_convertible_v<Argument, const char*>) return ArgumentKind::NarrowText;
+    return std::is_convertible_v<Argument, const wchar_t*> ? ArgumentKind::WideText : ArgumentKind::Pointer;
+  }
 }
 
 /// Cuts the next conversion off the format, with all that stands before it, and tells what it takes: None at the end.
@@ -51,8 +54,8 @@ constexpr ArgumentKind CutConversion(std::basic_string_view<Char>& rest) {
 /// Whether a format of Str_Format or Str_FormatWide has one conversion for each argument, in order and of its kind.
 template <typename Char, typename... Arguments>
 constexpr bool FormatFits(std::basic_string_view<Char> format) {
-  using namespace format_detail;
-  return ((CutConversion(format) == KindOf<Arguments>()) && ...) && CutConversion(format) == ArgumentKind::None;
+  return ((format_detail::CutConversion(format) == format_detail::KindOf<Arguments>()) && ...) &&
+         format_detail::CutConversion(format) == format_detail::ArgumentKind::None;
 }
 
 /// A format, written as a literal, that does not compile when it does not fit these arguments.
@@ -63,7 +66,7 @@ class CheckedFormat {
   consteval CheckedFormat(const Char* text) : text_(text) {
     if (!FormatFits<Char, Arguments...>(text)) throw "the format does not fit the arguments";
   }
-  const Char* c_str() const noexcept { return text_; }
+  const Char* get() const noexcept { return text_; }
 
  private:
   const Char* text_;

@@ -31,7 +31,7 @@ void FormatAndDeliver(LogLevel level, const wchar_t* format, ...);
 template <typename... Arguments>
 void Log(LogLevel level, CheckedFormat<wchar_t, std::type_identity_t<Arguments>...> format, Arguments... arguments) {
   if (log_detail::callback == nullptr) return;
-  log_detail::FormatAndDeliver(level, format.c_str(), arguments...);
+  log_detail::FormatAndDeliver(level, format.get(), arguments...);
 }
 
 }  // namespace quarry

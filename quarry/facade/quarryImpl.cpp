@@ -6,7 +6,7 @@
 #include "quarry/icons/pngFile.h"
 #include "quarry/launch/hiddenWindow.h"
 
-#include "lib/fileTypes/fileTypeTable.h"
+#include "lib/fileTypes/fileTypeDiscovery.h"
 #include "lib/misc/tickCount.h"
 
 #include <new>

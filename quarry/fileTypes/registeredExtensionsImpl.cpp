@@ -4,7 +4,7 @@
 #include "quarry/fileTypes/extensionImpl.h"
 #include "quarry/paths/pathParts.h"
 
-#include "lib/fileTypes/fileTypeTable.h"
+#include "lib/fileTypes/fileTypeDiscovery.h"
 #include "lib/unicode/unicode.h"
 
 #include <map>

@@ -18,7 +18,7 @@ void FormatAndLog(const wchar_t* format, ...);
 /// nothing is formatted.
 template <typename... Arguments>
 void VerboseLog(CheckedFormat<wchar_t, std::type_identity_t<Arguments>...> format, Arguments... arguments) {
-  if (IsVerboseWindowLogOn()) verbose_detail::FormatAndLog(format.c_str(), arguments...);
+  if (IsVerboseWindowLogOn()) verbose_detail::FormatAndLog(format.get(), arguments...);
 }
 
 }  // namespace quarry

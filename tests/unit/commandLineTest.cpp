@@ -1,6 +1,6 @@
 #include "lib/appUtil/actionUri.h"
+#include "lib/fileTypes/fileTypeDiscovery.h"
 #include "lib/fileTypes/fileTypeRecord.h"
-#include "lib/fileTypes/fileTypeTable.h"
 #include "lib/fileTypes/handlerPath.h"
 #include "lib/fileTypes/lowerCase.h"
 

@@ -1,4 +1,4 @@
-#include "lib/fileTypes/fileTypeTable.h"
+#include "lib/fileTypes/fileTypeDiscovery.h"
 
 #include "tests/unit/fileTypesFixture.h"
 

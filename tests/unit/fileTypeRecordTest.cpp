@@ -1,6 +1,6 @@
 #include "lib/fileTypes/fileTypeRecord.h"
 
-#include "lib/appUtil/protocolHandlers.h"
+#include "lib/appUtil/handlerEnumeration.h"
 #include "lib/fileTypes/indirectString.h"
 
 #include "tests/support/versionedExecutable.h"

@@ -13,8 +13,8 @@
 #include <utility>
 #include <vector>
 
-// The file extensions and URL protocols of this host and the applications that open them. All texts are UTF-8 where
-// they are not command lines. Process-wide tables without a lock: use them from one thread at a time.
+// File extensions and URL protocols with the applications that open them. All texts are UTF-8 where they are not
+// command lines.
 
 /// An application that opens a type.
 struct FileTypeHandler {
@@ -57,12 +57,3 @@ enum FileTypeFlags : std::uint32_t {
   kFileTypesProtocols = 1,      ///< URL protocols too
   kFileTypesPerceivedType = 2,  ///< handlers of the perceived type ("text", "image") too
 };
-
-/// Replaces the table of applications by one of what the registry holds now. Reading is the slow part: prog IDs and
-/// command lines that led to a handler are remembered for up to an hour.
-void AppUtil_BuildGlobalApplicationList(std::uint32_t flags);
-
-/// The records that the last build made of the types that the application opens, in the order in which they were found.
-/// A type has several when several registry sources name the application. The path must be the long one; its case does
-/// not matter. Empty for an application that opens nothing.
-std::vector<ConstFileTypeInfoPtr> AppUtil_FindFileTypes(const std::string& applicationPath);
