@@ -19,7 +19,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-const std::wstring kLinkName = L"Füße 漢字 😀";
+// Of characters with 0, 1 and 2 columns of a terminal, each kind for another reason.
+const std::wstring kLinkName = L"Füße 漢字 😀⌚🌡Ａक\u0941\u00AD\u2060\u1100\u1161\u11A8";
 const std::wstring kNotepad = L"C:\\windows\\system32\\notepad.exe";
 
 std::vector<std::string> Lines(const std::string& text) {
@@ -112,8 +113,8 @@ TEST_F(QuarryCtl, TableShowsTheApplicationsOfTheJsonOutput) {
   const std::vector<std::string> lines = Lines(table.out);
   ASSERT_EQ(applications.size(), 3u);
   ASSERT_EQ(lines.size(), 5u) << table.out;
-  // The longest name takes 12 columns of a terminal, as three of its characters take two.
-  EXPECT_TRUE(lines[0].starts_with("NAME" + std::string(10, ' ') + "VERSION  ")) << lines[0];
+  // The longest name takes 21 columns: six of its characters take two, four none.
+  EXPECT_TRUE(lines[0].starts_with("NAME" + std::string(19, ' ') + "VERSION  ")) << lines[0];
 
   std::vector<std::string> paths;
   for (std::size_t index = 0; index < applications.size(); ++index) {

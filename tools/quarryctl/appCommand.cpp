@@ -1,16 +1,15 @@
-#include "tools/quarryctl/command.h"
+#include "lib/unicode/unicode.h"
+
+#include "tools/quarryctl/commandTable.h"
 #include "tools/quarryctl/extensionTable.h"
-#include "tools/quarryctl/jsonFormat.h"
-#include "tools/quarryctl/library.h"
-#include "tools/quarryctl/logView.h"
-#include "tools/quarryctl/paths.h"
-#include "tools/quarryctl/recordFields.h"
-#include "tools/quarryctl/tableFormat.h"
-#include "tools/quarryctl/utf8.h"
+#include "tools/quarryctl/json.h"
+#include "tools/quarryctl/options.h"
+#include "tools/quarryctl/recordJson.h"
+#include "tools/quarryctl/session.h"
+#include "tools/quarryctl/table.h"
 
 #include <memory>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -18,19 +17,18 @@ namespace quarryctl {
 namespace {
 
 struct AppOptions {
-  std::string path;
+  std::wstring path;
   bool json = false;
   bool icons = false;
   bool extensions = false;
 };
 
-std::string FormatFields(const QuarryApplicationInfo& application) {
-  std::vector<TableRow> rows;
-  rows.reserve(kTextFields.size() + 1);
-  for (const TextField& field : kTextFields) rows.push_back({field.name, Utf8FromWide(application.*field.member)});
-  rows.push_back({kIconCountName, std::to_string(application.iconCount)});
-  return FormatTable(rows);
-}
+/// What was asked for of one application.
+struct Description {
+  ApplicationRecord application;
+  std::optional<IconRecords> icons;
+  ExtensionRecord extensions;  ///< null when not asked for
+};
 
 std::string FormatIcons(const IconRecords& icons) {
   std::vector<TableRow> rows = {{"ICON", "SIZE", "NAME", "FILE"}};
@@ -40,57 +38,53 @@ std::string FormatIcons(const IconRecords& icons) {
       rows.push_back({number, "", "", "(could not be stored)"});
       continue;
     }
-    rows.push_back({number, std::to_string(icon->width) + 'x' + std::to_string(icon->height), Utf8FromWide(icon->name),
-                    Utf8FromWide(icon->path)});
+    rows.push_back({number, std::to_string(icon->width) + 'x' + std::to_string(icon->height),
+                    Unicode_Utf8FromWide(icon->name), Unicode_Utf8FromWide(icon->path)});
   }
   return FormatTable(rows);
 }
 
-/// `icons` and `extensions` are null when they were not asked for.
-std::string FormatResult(const QuarryApplicationInfo& application, const IconRecords* icons,
-                         const QuarryExtensionList* extensions, bool json) {
-  std::optional<std::span<const QuarryExtensionEntry>> entries;
-  if (extensions != nullptr) entries.emplace(extensions->entries, static_cast<std::size_t>(extensions->count));
-  if (json) return FormatJson(application, icons, entries);
-  std::string text = FormatFields(application);
-  if (icons != nullptr && !icons->empty()) text += '\n' + FormatIcons(*icons);
-  if (entries) text += '\n' + FormatExtensionTable(*entries);
+std::string FormatText(const Description& description) {
+  std::string text = FormatFields(JsonFrom(*description.application));
+  if (description.icons && !description.icons->empty()) text += '\n' + FormatIcons(*description.icons);
+  if (description.extensions) text += '\n' + FormatExtensionTable(Items(description.extensions));
   return text;
 }
 
+Json JsonFromDescription(const Description& description) {
+  Json object = JsonFrom(*description.application);
+  if (description.icons) object["icons"] = JsonFrom(*description.icons);
+  if (description.extensions) object["extensions"] = JsonFrom(Items(description.extensions));
+  return object;
+}
+
 ExitStatus RunApp(const AppOptions& options, const CommandContext& context) {
-  const std::wstring path = AbsoluteApplicationPath(WideFromUtf8(options.path));
-  LogView log(context.err, ShownLevels(context));
-  const std::unique_ptr<Library> library =
-      Library::Open(&LogView::Receive, context.err, options.extensions ? FileTypes::Read : FileTypes::Leave);
-  if (!library) return kNothingFound;
+  const std::unique_ptr<Session> session =
+      Session::Open(context, {.fileTypes = options.extensions ? FileTypes::Read : FileTypes::Leave});
+  if (!session) return kNothingFound;
+  const Library& library = session->GetLibrary();
+  Description description;
   // The library describes any path with a known extension; only its verification looks whether the file is there.
-  ApplicationRecord record(nullptr, nullptr);
-  if (library->VerifyApplication(path)) record = library->GetApplication(path);
-  if (!record) {
-    context.err.Write("quarryctl: no application can be made from " + Utf8FromWide(path) +
-                      " (quarryctl verify says why)\n");
-    return kNothingFound;
+  if (library.VerifyApplication(options.path)) description.application = library.GetApplication(options.path);
+  if (!description.application) {
+    return Refuse(context, "no application can be made from " + Unicode_Utf8FromWide(options.path) +
+                               " (quarryctl verify says why)");
   }
-  std::optional<IconRecords> icons;
-  ExtensionRecord extensions(nullptr, nullptr);
-  if (options.icons) icons = library->GetIcons(*record);
-  if (options.extensions) extensions = library->GetExtensions(record->path);
-  context.out.Write(FormatResult(*record, icons ? &*icons : nullptr, extensions.get(), options.json));
+  if (options.icons) description.icons = library.GetIcons(*description.application);
+  if (options.extensions) description.extensions = library.GetExtensions(description.application->path);
+  context.out.Write(options.json ? FormatJson(JsonFromDescription(description)) : FormatText(description));
   return kDone;
+}
+
+void BindApp(CLI::App& command, AppOptions& options) {
+  BindApplicationPath(command, options.path, "Shortcut, program or script");
+  BindJson(command, options.json, "Write the fields as a JSON object");
+  command.add_flag("--icons", options.icons, "Show each icon's size, name and file too");
+  command.add_flag("--extensions", options.extensions, "Add the file types and protocols that it opens");
 }
 
 }  // namespace
 
-void AddAppCommand(CLI::App& parser, Command& chosen) {
-  const auto options = std::make_shared<AppOptions>();
-  CLI::App* command = parser.add_subcommand("app", "Describe one application");
-  command->add_option("PATH", options->path, "Shortcut, program or script")->required()->type_name("");
-  command->add_flag("--json", options->json, "Write the fields as a JSON object");
-  command->add_flag("--icons", options->icons, "Show each icon's size, name and file too");
-  command->add_flag("--extensions", options->extensions, "Add the file types and protocols that it opens");
-  command->callback(
-      [options, &chosen] { chosen = [options](CommandContext& context) { return RunApp(*options, context); }; });
-}
+void AddAppCommand(const CommandGroup& commands) { commands.Add("app", "Describe one application", BindApp, RunApp); }
 
 }  // namespace quarryctl

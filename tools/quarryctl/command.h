@@ -1,45 +1,50 @@
 #pragma once
 
-#include "tools/quarryctl/output.h"
+#include "tools/quarryctl/commandContext.h"
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
 #include <functional>
+#include <memory>
 
 namespace quarryctl {
 
-/// What the process returns to its caller.
-enum ExitStatus : int {
-  kDone = 0,
-  kNothingFound = 1,  ///< Nothing was found, or the library or the system refused.
-  kUsage = 2,
+/// A sub-command with the options that it was given.
+using Command = std::function<ExitStatus(const CommandContext&)>;
+
+/// The sub-commands of this program, or those of one of them, such as "rules check".
+class CommandGroup {
+ public:
+  /// Parsing stores the sub-command that is asked for in `chosen`. Both must outlive it.
+  CommandGroup(CLI::App& parser, Command& chosen) : parser_(parser), chosen_(chosen) {}
+
+  /// Adds a sub-command. `bind` binds its command line to the members of an `Options`, with which `run` does the work.
+  template <typename Options>
+  void Add(const char* name, const char* description, void (*bind)(CLI::App& command, Options& options),
+           ExitStatus (*run)(const Options& options, const CommandContext& context)) const {
+    const auto options = std::make_shared<Options>();
+    CLI::App* const command = parser_.add_subcommand(name, description);
+    bind(*command, *options);
+    command->callback([options, run, &chosen = chosen_] {
+      chosen = [options, run](const CommandContext& context) { return run(*options, context); };
+    });
+  }
+
+  /// Adds a sub-command without options.
+  void Add(const char* name, const char* description, ExitStatus (*run)(const CommandContext& context)) const {
+    parser_.add_subcommand(name, description)->callback([run, &chosen = chosen_] { chosen = run; });
+  }
+
+  /// Adds a name under which further sub-commands stand, of which one must be given.
+  CommandGroup AddGroup(const char* name, const char* description) const {
+    CLI::App* const group = parser_.add_subcommand(name, description);
+    group->require_subcommand(1);
+    return {*group, chosen_};
+  }
+
+ private:
+  CLI::App& parser_;
+  Command& chosen_;
 };
-
-/// What every sub-command works with.
-struct CommandContext {
-  Output& out;
-  Output& err;
-  int verbosity = 0;  ///< How often -v was given.
-};
-
-using Command = std::function<ExitStatus(CommandContext&)>;
-
-/// How many levels of the library's log to show: errors always, one level more for each -v.
-inline unsigned ShownLevels(const CommandContext& context) {
-  return 1u + static_cast<unsigned>(std::clamp(context.verbosity, 0, 3));
-}
-
-/// Each adds one sub-command with its options to `parser`; parsing stores it in `chosen` when it is the one asked for.
-/// Both must outlive the parsing.
-void AddScanCommand(CLI::App& parser, Command& chosen);
-void AddAppCommand(CLI::App& parser, Command& chosen);
-void AddExtensionsCommand(CLI::App& parser, Command& chosen);
-void AddVerifyCommand(CLI::App& parser, Command& chosen);
-void AddIconCommand(CLI::App& parser, Command& chosen);
-void AddLaunchCommand(CLI::App& parser, Command& chosen);
-void AddWindowsCommand(CLI::App& parser, Command& chosen);
-void AddRulesCommand(CLI::App& parser, Command& chosen);
-void AddDebugCommand(CLI::App& parser, Command& chosen);
 
 }  // namespace quarryctl

@@ -1,10 +1,11 @@
-#include "tools/quarryctl/command.h"
+#include "lib/unicode/unicode.h"
+
+#include "tools/quarryctl/commandTable.h"
 #include "tools/quarryctl/extensionTable.h"
-#include "tools/quarryctl/jsonFormat.h"
-#include "tools/quarryctl/library.h"
-#include "tools/quarryctl/logView.h"
-#include "tools/quarryctl/paths.h"
-#include "tools/quarryctl/utf8.h"
+#include "tools/quarryctl/json.h"
+#include "tools/quarryctl/options.h"
+#include "tools/quarryctl/recordJson.h"
+#include "tools/quarryctl/session.h"
 
 #include <memory>
 #include <string>
@@ -13,7 +14,7 @@ namespace quarryctl {
 namespace {
 
 struct ExtensionsOptions {
-  std::string path;
+  std::wstring path;
   bool json = false;
 };
 
@@ -25,28 +26,24 @@ std::wstring FullPath(const Library& library, const std::wstring& path) {
 }
 
 ExitStatus RunExtensions(const ExtensionsOptions& options, const CommandContext& context) {
-  const std::wstring path = AbsoluteApplicationPath(WideFromUtf8(options.path));
-  LogView log(context.err, ShownLevels(context));
-  const std::unique_ptr<Library> library = Library::Open(&LogView::Receive, context.err, FileTypes::Read);
-  if (!library) return kNothingFound;
-  const ExtensionRecord record = library->GetExtensions(FullPath(*library, path));
-  if (!record) {
-    context.err.Write("quarryctl: the library does not tell the types of " + Utf8FromWide(path) + '\n');
-    return kNothingFound;
-  }
-  context.out.Write(options.json ? FormatJson(Items(record)) : FormatExtensionTable(Items(record)));
+  const std::unique_ptr<Session> session = Session::Open(context, {.fileTypes = FileTypes::Read});
+  if (!session) return kNothingFound;
+  const Library& library = session->GetLibrary();
+  const ExtensionRecord record = library.GetExtensions(FullPath(library, options.path));
+  if (!record) return Refuse(context, "the library does not tell the types of " + Unicode_Utf8FromWide(options.path));
+  context.out.Write(options.json ? FormatJson(JsonFrom(Items(record))) : FormatExtensionTable(Items(record)));
   return record->count == 0 ? kNothingFound : kDone;
+}
+
+void BindExtensions(CLI::App& command, ExtensionsOptions& options) {
+  BindApplicationPath(command, options.path, "Shortcut or program");
+  BindJson(command, options.json, "Write the types as a JSON array");
 }
 
 }  // namespace
 
-void AddExtensionsCommand(CLI::App& parser, Command& chosen) {
-  const auto options = std::make_shared<ExtensionsOptions>();
-  CLI::App* command = parser.add_subcommand("extensions", "List the file types and protocols that a program opens");
-  command->add_option("PATH", options->path, "Shortcut or program")->required()->type_name("");
-  command->add_flag("--json", options->json, "Write the types as a JSON array");
-  command->callback(
-      [options, &chosen] { chosen = [options](CommandContext& context) { return RunExtensions(*options, context); }; });
+void AddExtensionsCommand(const CommandGroup& commands) {
+  commands.Add("extensions", "List the file types and protocols that a program opens", BindExtensions, RunExtensions);
 }
 
 }  // namespace quarryctl

@@ -1,7 +1,7 @@
 #include "tools/quarryctl/fileOutput.h"
 
-#include "tools/quarryctl/owners.h"
-#include "tools/quarryctl/utf8.h"
+#include "lib/misc/platformHandles.h"
+#include "lib/unicode/unicode.h"
 
 #include <algorithm>
 
@@ -12,10 +12,9 @@ constexpr std::size_t kChunk = 1u << 20;
 
 /// The platform's error, or ERROR_SUCCESS.
 DWORD WriteBytes(const std::wstring& path, std::string_view bytes) {
-  const HANDLE handle =
-      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (handle == INVALID_HANDLE_VALUE) return GetLastError();
-  const UniqueFile file(handle);
+  const UniqueFile file(
+      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file) return GetLastError();
   while (!bytes.empty()) {
     DWORD written = 0;
     const auto wanted = static_cast<DWORD>(std::min(bytes.size(), kChunk));
@@ -31,7 +30,7 @@ DWORD WriteBytes(const std::wstring& path, std::string_view bytes) {
 bool WriteFileBytes(const std::wstring& path, std::string_view bytes, Output& err) {
   const DWORD error = WriteBytes(path, bytes);
   if (error == ERROR_SUCCESS) return true;
-  err.Write("quarryctl: cannot write " + Utf8FromWide(path) + ", error " + std::to_string(error) + '\n');
+  WriteComplaint(err, "cannot write " + Unicode_Utf8FromWide(path) + ", error " + std::to_string(error));
   return false;
 }
 

@@ -1,9 +1,9 @@
 #include "tools/quarryctl/htmlPage.h"
 
-#include "tools/quarryctl/recordFields.h"
-#include "tools/quarryctl/utf8.h"
+#include "lib/unicode/unicode.h"
 
-#include <nlohmann/json.hpp>
+#include "tools/quarryctl/json.h"
+#include "tools/quarryctl/recordJson.h"
 
 #include <windows.h>
 
@@ -11,11 +11,10 @@
 #include <cstdio>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 namespace quarryctl {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 // page.html as quarryctl.rc names it, and the place in it that takes the applications.
 constexpr wchar_t kPageResource[] = L"PAGE";
@@ -49,7 +48,7 @@ std::string Base64(std::string_view bytes) {
 std::string HostName() {
   wchar_t name[256] = {};
   DWORD size = 256;
-  return GetComputerNameExW(ComputerNamePhysicalDnsHostname, name, &size) ? Utf8FromWide(name) : std::string();
+  return GetComputerNameExW(ComputerNamePhysicalDnsHostname, name, &size) ? Unicode_Utf8FromWide(name) : std::string();
 }
 
 std::string UtcTime() {
@@ -63,7 +62,7 @@ std::string UtcTime() {
 
 /// False when the icon's file cannot be read.
 bool AddPicture(const QuarryIconInfo& icon, const Library& library, Json& pictures) {
-  const std::string name = Utf8FromWide(icon.name);
+  const std::string name = Unicode_Utf8FromWide(icon.name);
   if (pictures.contains(name)) return true;
   const std::string png = library.GetIconData(icon.name);
   if (png.empty()) return false;
@@ -76,14 +75,13 @@ Json PageData(std::span<const ApplicationWithIcons> applications, const Library&
   Json data = {
       {"host", HostName()}, {"time", UtcTime()}, {"pictures", Json::object()}, {"applications", Json::array()}};
   for (const ApplicationWithIcons& application : applications) {
-    Json object = Json::object();
-    for (const TextField& field : kTextFields) {
-      object[field.name] = Utf8FromWide(application.application.*field.member);
-    }
+    Json object = JsonFrom(application.application);
+    // An icon without its picture is left out below.
+    object.erase("iconCount");
     Json& icons = object["icons"] = Json::array();
     for (const IconRecord& icon : application.icons) {
       if (icon == nullptr || !AddPicture(*icon, library, data["pictures"])) continue;
-      icons.push_back({{"name", Utf8FromWide(icon->name)}, {"width", icon->width}, {"height", icon->height}});
+      icons.push_back({{"name", Unicode_Utf8FromWide(icon->name)}, {"width", icon->width}, {"height", icon->height}});
     }
     data["applications"].push_back(std::move(object));
   }

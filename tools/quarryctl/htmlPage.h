@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tools/quarryctl/applicationIcons.h"
 #include "tools/quarryctl/library.h"
 
 #include <span>

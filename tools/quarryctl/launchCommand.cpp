@@ -1,8 +1,10 @@
-#include "tools/quarryctl/command.h"
-#include "tools/quarryctl/library.h"
-#include "tools/quarryctl/logView.h"
-#include "tools/quarryctl/paths.h"
-#include "tools/quarryctl/utf8.h"
+#include "quarry/quarry.h"
+
+#include "lib/unicode/unicode.h"
+
+#include "tools/quarryctl/commandTable.h"
+#include "tools/quarryctl/options.h"
+#include "tools/quarryctl/session.h"
 
 #include <array>
 #include <memory>
@@ -14,7 +16,7 @@ namespace quarryctl {
 namespace {
 
 struct LaunchOptions {
-  std::string path;
+  std::wstring path;
   bool reuse = false;
   bool maximize = false;
   bool track = false;
@@ -37,7 +39,7 @@ struct Parameters {
   std::vector<std::pair<const wchar_t*, std::wstring>> texts;
 
   void Add(const wchar_t* type, const std::vector<std::string>& values) {
-    for (const std::string& value : values) texts.emplace_back(type, WideFromUtf8(value));
+    for (const std::string& value : values) texts.emplace_back(type, Unicode_WideFromUtf8(value));
   }
   std::vector<QuarryLaunchParameter> Records() const {
     std::vector<QuarryLaunchParameter> records;
@@ -58,43 +60,42 @@ std::string Describe(std::uint32_t result) {
 }
 
 ExitStatus RunLaunch(const LaunchOptions& options, const CommandContext& context) {
-  LogView log(context.err, ShownLevels(context));
-  const std::unique_ptr<Library> library = Library::Open(&LogView::Receive, context.err);
-  if (!library) return kNothingFound;
+  const std::unique_ptr<Session> session = Session::Open(context);
+  if (!session) return kNothingFound;
   Parameters parameters;
   parameters.Add(L"file-path", options.files);
   parameters.Add(L"url", options.urls);
   parameters.Add(L"appCommandLine", options.commandLine);
-  const std::wstring path = AbsoluteApplicationPath(WideFromUtf8(options.path));
-  const std::uint32_t result = library->Launch(path, FlagsOf(options), WideFromUtf8(options.arguments),
-                                               WideFromUtf8(options.folder), parameters.Records());
-  context.out.Write(Utf8FromWide(path) + ": " + Describe(result) + '\n');
+  const std::uint32_t result =
+      session->GetLibrary().Launch(options.path, FlagsOf(options), Unicode_WideFromUtf8(options.arguments),
+                                   Unicode_WideFromUtf8(options.folder), parameters.Records());
+  context.out.Write(Unicode_Utf8FromWide(options.path) + ": " + Describe(result) + '\n');
   return static_cast<ExitStatus>(result);
+}
+
+void BindLaunch(CLI::App& command, LaunchOptions& options) {
+  BindApplicationPath(command, options.path, "Shortcut, program or script");
+  command.add_flag("--reuse", options.reuse, "Bring a running instance forward instead");
+  command.add_flag("--maximize", options.maximize, "Show it maximised");
+  command.add_flag("--track", options.track, "Only count as running what this host program started");
+  command.add_flag("--allow-local", options.allowLocal, "Accept files that are not on client drives");
+  command.add_option("--args", options.arguments, "Command-line parameters")->type_name("TEXT");
+  command.add_option("--cwd", options.folder, "Folder to start in")->type_name("DIR");
+  command.add_option("--file", options.files, "Open a file with it")->type_name("FILE")->allow_extra_args(false);
+  command.add_option("--url", options.urls, "Open a URL with it")->type_name("URL")->allow_extra_args(false);
+  command.add_option("--command-line", options.commandLine, "Further command-line text")
+      ->type_name("TEXT")
+      ->expected(1)
+      ->allow_extra_args(false);
+  command.footer(
+      "Exit status: 0 started or brought forward, 1 the shell could not start it, 2 files missing (or usage),\n"
+      "3 refused, 4 client drive redirection is disabled.");
 }
 
 }  // namespace
 
-void AddLaunchCommand(CLI::App& parser, Command& chosen) {
-  const auto options = std::make_shared<LaunchOptions>();
-  CLI::App* command = parser.add_subcommand("launch", "Start an application as a remote user would");
-  command->add_option("PATH", options->path, "Shortcut, program or script")->required()->type_name("");
-  command->add_flag("--reuse", options->reuse, "Bring a running instance forward instead");
-  command->add_flag("--maximize", options->maximize, "Show it maximised");
-  command->add_flag("--track", options->track, "Only count as running what this host program started");
-  command->add_flag("--allow-local", options->allowLocal, "Accept files that are not on client drives");
-  command->add_option("--args", options->arguments, "Command-line parameters")->type_name("TEXT");
-  command->add_option("--cwd", options->folder, "Folder to start in")->type_name("DIR");
-  command->add_option("--file", options->files, "Open a file with it")->type_name("FILE")->allow_extra_args(false);
-  command->add_option("--url", options->urls, "Open a URL with it")->type_name("URL")->allow_extra_args(false);
-  command->add_option("--command-line", options->commandLine, "Further command-line text")
-      ->type_name("TEXT")
-      ->expected(1)
-      ->allow_extra_args(false);
-  command->footer(
-      "Exit status: 0 started or brought forward, 1 the shell could not start it, 2 files missing (or usage),\n"
-      "3 refused, 4 client drive redirection is disabled.");
-  command->callback(
-      [options, &chosen] { chosen = [options](CommandContext& context) { return RunLaunch(*options, context); }; });
+void AddLaunchCommand(const CommandGroup& commands) {
+  commands.Add("launch", "Start an application as a remote user would", BindLaunch, RunLaunch);
 }
 
 }  // namespace quarryctl

@@ -1,8 +1,5 @@
 #include "tools/quarryctl/library.h"
 
-#include "tools/quarryctl/paths.h"
-#include "tools/quarryctl/utf8.h"
-
 #include <utility>
 
 namespace quarryctl {
@@ -22,22 +19,14 @@ std::span<const QuarryExtensionEntry> Items(const ExtensionRecord& record) {
   return {record->entries, static_cast<std::size_t>(record->count)};
 }
 
-std::unique_ptr<Library> Library::Open(QuarryLogFn log, Output& err, FileTypes fileTypes) {
-  const std::wstring path = ProgramFolder() + L"\\quarry.dll";
+OpenedLibrary Library::Open(const std::wstring& path, QuarryLogFn log, FileTypes fileTypes) {
   UniqueModule module(LoadLibraryW(path.c_str()));
-  if (!module) {
-    const DWORD error = GetLastError();
-    err.Write("quarryctl: cannot load " + Utf8FromWide(path) + ", error " + std::to_string(error) + '\n');
-    return nullptr;
-  }
+  if (!module) return {nullptr, OpenFailure::NotLoaded, GetLastError()};
   const InitFunction init = FindInit(module.get());
   QuarryFunctions functions{};
   if (init != nullptr) init(log, fileTypes == FileTypes::Read ? 1 : 0, &functions);
-  if (functions.Exit == nullptr) {
-    err.Write("quarryctl: " + Utf8FromWide(path) + " could not be initialised\n");
-    return nullptr;
-  }
-  return std::unique_ptr<Library>(new Library(std::move(module), functions));
+  if (functions.Exit == nullptr) return {nullptr, OpenFailure::NotInitialised};
+  return {std::unique_ptr<Library>(new Library(std::move(module), functions))};
 }
 
 Library::Library(UniqueModule module, const QuarryFunctions& functions)
@@ -47,30 +36,23 @@ ApplicationRecords Library::Scan(const std::wstring& iniPath) const {
   QuarryApplicationInfo* records = nullptr;
   std::uint64_t count = 0;
   functions_.ScanApplicationsUsingIniFile(iniPath.c_str(), &records, &count);
-  return ApplicationRecords(records, ArrayDeleter<QuarryApplicationInfo>{functions_.FreeApplications, count});
+  return ApplicationRecords(records, {functions_.FreeApplications, count});
 }
 
 ApplicationRecord Library::GetApplication(const std::wstring& path) const {
-  return ApplicationRecord(functions_.GetApplication(path.c_str()), functions_.FreeApplication);
+  return ApplicationRecord(functions_.GetApplication(path.c_str()), {functions_.FreeApplication});
 }
 
 IconRecords Library::GetIcons(const QuarryApplicationInfo& application) const {
   IconRecords icons;
   for (std::uint64_t index = 0; index < application.iconCount; ++index) {
-    icons.emplace_back(functions_.GetApplicationIcon(&application, index), functions_.FreeIcon);
+    icons.push_back(IconRecord(functions_.GetApplicationIcon(&application, index), {functions_.FreeIcon}));
   }
   return icons;
 }
 
-std::vector<ApplicationWithIcons> Library::WithIcons(std::span<const QuarryApplicationInfo> applications) const {
-  std::vector<ApplicationWithIcons> result;
-  result.reserve(applications.size());
-  for (const QuarryApplicationInfo& application : applications) result.push_back({application, GetIcons(application)});
-  return result;
-}
-
 IconRecord Library::GetIcon(const std::wstring& name) const {
-  return IconRecord(functions_.GetIcon(name.c_str()), functions_.FreeIcon);
+  return IconRecord(functions_.GetIcon(name.c_str()), {functions_.FreeIcon});
 }
 
 std::string Library::GetIconData(const std::wstring& name) const {
@@ -83,7 +65,7 @@ std::string Library::GetIconData(const std::wstring& name) const {
 
 ExtensionRecord Library::GetExtensions(const std::wstring& path) const {
   return ExtensionRecord(functions_.GetApplicationRegisteredExtensions(path.c_str()),
-                         functions_.FreeRegisteredExtensions);
+                         {functions_.FreeRegisteredExtensions});
 }
 
 std::uint32_t Library::Launch(const std::wstring& path, std::uint32_t flags, const std::wstring& arguments,
@@ -100,7 +82,7 @@ WindowRecords Library::GetOpenWindows() const {
   QuarryWindowInfo* records = nullptr;
   std::uint64_t count = 0;
   functions_.GetOpenWindows(&records, &count);
-  return WindowRecords(records, ArrayDeleter<QuarryWindowInfo>{functions_.FreeWindows, count});
+  return WindowRecords(records, {functions_.FreeWindows, count});
 }
 
 }  // namespace quarryctl

@@ -2,9 +2,9 @@
 
 #include "quarry/quarry.h"
 
-#include "tools/quarryctl/output.h"
-#include "tools/quarryctl/owners.h"
+#include "lib/misc/platformHandles.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -12,6 +12,13 @@
 #include <vector>
 
 namespace quarryctl {
+
+/// Gives a record back to the library.
+template <typename Record>
+struct RecordDeleter {
+  void (*free)(Record*) = nullptr;
+  void operator()(Record* record) const { free(record); }
+};
 
 /// Gives an array of records back to the library.
 template <typename Record>
@@ -22,11 +29,14 @@ struct ArrayDeleter {
 };
 
 /// Records of the library, given back to it when they go out of scope. They must not outlive the Library.
-using ApplicationRecord = std::unique_ptr<QuarryApplicationInfo, void (*)(QuarryApplicationInfo*)>;
-using IconRecord = std::unique_ptr<QuarryIconInfo, void (*)(QuarryIconInfo*)>;
-using ExtensionRecord = std::unique_ptr<QuarryExtensionList, void (*)(QuarryExtensionList*)>;
+using ApplicationRecord = std::unique_ptr<QuarryApplicationInfo, RecordDeleter<QuarryApplicationInfo>>;
+using IconRecord = std::unique_ptr<QuarryIconInfo, RecordDeleter<QuarryIconInfo>>;
+using ExtensionRecord = std::unique_ptr<QuarryExtensionList, RecordDeleter<QuarryExtensionList>>;
 using ApplicationRecords = std::unique_ptr<QuarryApplicationInfo[], ArrayDeleter<QuarryApplicationInfo>>;
 using WindowRecords = std::unique_ptr<QuarryWindowInfo[], ArrayDeleter<QuarryWindowInfo>>;
+
+/// The icons of one application under their indexes; one that could not be stored is null.
+using IconRecords = std::vector<IconRecord>;
 
 /// The records of an array, none for one that is null.
 template <typename Record>
@@ -39,21 +49,17 @@ std::span<const QuarryExtensionEntry> Items(const ExtensionRecord& record);
 /// Whether the library reads the file types of this system when it starts, which takes its time.
 enum class FileTypes { Leave, Read };
 
-/// The icons of one application under their indexes; one that could not be stored is null.
-using IconRecords = std::vector<IconRecord>;
+/// What keeps quarry.dll from being opened.
+enum class OpenFailure { None, NotLoaded, NotInitialised };
 
-/// An application with its icons.
-struct ApplicationWithIcons {
-  const QuarryApplicationInfo& application;
-  IconRecords icons;
-};
+struct OpenedLibrary;
 
 /// quarry.dll, loaded and initialised. The destructor shuts it down and unloads it.
 class Library {
  public:
-  /// Loads quarry.dll from this program's own folder and no other, so that nothing else can be loaded in its place.
-  /// Null when that fails; `err` then has the reason.
-  static std::unique_ptr<Library> Open(QuarryLogFn log, Output& err, FileTypes fileTypes = FileTypes::Leave);
+  /// `path` is the full path of the DLL, so that nothing else can be loaded in its place. `log` may be called for as
+  /// long as the Library exists.
+  static OpenedLibrary Open(const std::wstring& path, QuarryLogFn log, FileTypes fileTypes);
   ~Library() { Exit(); }
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
@@ -67,7 +73,6 @@ class Library {
   bool VerifyApplication(const std::wstring& path) const;
   /// `application` is a record of this library, not a copy.
   IconRecords GetIcons(const QuarryApplicationInfo& application) const;
-  std::vector<ApplicationWithIcons> WithIcons(std::span<const QuarryApplicationInfo> applications) const;
   /// Null when the icon cache knows no icon of that name.
   IconRecord GetIcon(const std::wstring& name) const;
   /// The PNG file of the icon `name`; empty when it cannot be read.
@@ -87,6 +92,13 @@ class Library {
 
   UniqueModule module_;
   QuarryFunctions functions_;
+};
+
+/// The library, or why there is none.
+struct OpenedLibrary {
+  std::unique_ptr<Library> library;
+  OpenFailure failure = OpenFailure::None;
+  std::uint32_t platformError = 0;  ///< of the attempt to load it
 };
 
 }  // namespace quarryctl

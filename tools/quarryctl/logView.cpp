@@ -2,9 +2,10 @@
 
 #include "quarry/quarry.h"
 
-#include "tools/quarryctl/utf8.h"
+#include "lib/unicode/unicode.h"
 
 #include <array>
+#include <utility>
 
 namespace quarryctl {
 namespace {
@@ -14,11 +15,6 @@ constexpr std::array<const char*, 4> kLevelNames = {"error", "warning", "note", 
 std::wstring_view WithoutLineEnd(std::wstring_view message) {
   const std::size_t last = message.find_last_not_of(L"\r\n");
   return last == std::wstring_view::npos ? std::wstring_view() : message.substr(0, last + 1);
-}
-
-std::string Line(std::uint32_t level, std::wstring_view message) {
-  const char* name = level < kLevelNames.size() ? kLevelNames[level] : kLevelNames.back();
-  return std::string(name) + ": " + Utf8FromWide(message);
 }
 
 }  // namespace
@@ -42,11 +38,20 @@ void LogView::Add(std::uint32_t level, std::wstring_view message) {
   progress_.Observe(message);
   if (level < shownLevels_) {
     progress_.Erase();
-    err_.Write(Line(level, message) + '\n');
+    err_.Write(FormatLogLine(level, message) + '\n');
   } else if (level == QUARRY_LOG_WARNING) {
     ++hiddenWarnings_;
   }
-  if (keepsLines_ && level <= QUARRY_LOG_NOTABLE) keptLines_.push_back(Line(level, message));
+  if (listener_) listener_(level, message);
+}
+
+LogListener::LogListener(LogView& log, std::function<void(std::uint32_t, std::wstring_view)> hear) : log_(log) {
+  log_.listener_ = std::move(hear);
+}
+
+std::string FormatLogLine(std::uint32_t level, std::wstring_view message) {
+  const char* name = level < kLevelNames.size() ? kLevelNames[level] : kLevelNames.back();
+  return std::string(name) + ": " + Unicode_Utf8FromWide(message);
 }
 
 }  // namespace quarryctl

@@ -4,13 +4,14 @@
 #include "tools/quarryctl/progress.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
-#include <vector>
+#include <string_view>
 
 namespace quarryctl {
 
 /// The reader of the library's messages: shows them on the error stream, level by level as the administrator asks,
-/// keeps those that explain a refusal where asked to, and feeds the progress line. Only one exists at a time.
+/// feeds the progress line, and passes them on to who listens. Only one exists at a time.
 class LogView {
  public:
   /// Shows the levels below `shownLevels` (0 shows nothing, 4 everything).
@@ -23,16 +24,14 @@ class LogView {
   /// library is loaded.
   static void Receive(std::uint32_t level, const wchar_t* message) noexcept;
 
-  /// From now on keeps the messages up to QUARRY_LOG_NOTABLE.
-  void KeepLines() { keepsLines_ = true; }
-  /// Each as one line that begins with the name of its level.
-  const std::vector<std::string>& KeptLines() const { return keptLines_; }
   /// How many warnings were not shown.
   unsigned HiddenWarnings() const { return hiddenWarnings_; }
   /// Takes the progress line off the terminal before anything else is written there.
   void EndProgress() { progress_.Erase(); }
 
  private:
+  friend class LogListener;
+
   void Add(std::uint32_t level, std::wstring_view message);
 
   static LogView* current_;
@@ -40,9 +39,24 @@ class LogView {
   Output& err_;
   unsigned shownLevels_;
   Progress progress_;
-  bool keepsLines_ = false;
-  std::vector<std::string> keptLines_;
   unsigned hiddenWarnings_ = 0;
+  std::function<void(std::uint32_t level, std::wstring_view message)> listener_;
 };
+
+/// Hears every message of the library, shown or not, for as long as it exists. A log has one listener at a time.
+class LogListener {
+ public:
+  /// `hear` gets the messages without their line ends.
+  LogListener(LogView& log, std::function<void(std::uint32_t level, std::wstring_view message)> hear);
+  ~LogListener() { log_.listener_ = nullptr; }
+  LogListener(const LogListener&) = delete;
+  LogListener& operator=(const LogListener&) = delete;
+
+ private:
+  LogView& log_;
+};
+
+/// A message as it is shown: one line, without its end, that begins with the name of its level.
+std::string FormatLogLine(std::uint32_t level, std::wstring_view message);
 
 }  // namespace quarryctl

@@ -1,7 +1,8 @@
-#include "tools/quarryctl/command.h"
+#include "lib/misc/platformHandles.h"
+#include "lib/unicode/unicode.h"
+
+#include "tools/quarryctl/commandTable.h"
 #include "tools/quarryctl/output.h"
-#include "tools/quarryctl/owners.h"
-#include "tools/quarryctl/utf8.h"
 
 #include <CLI/CLI.hpp>
 
@@ -28,7 +29,9 @@ std::vector<std::string> CommandLineArguments() {
   int count = 0;
   const UniqueLocal<wchar_t*> arguments(CommandLineToArgvW(GetCommandLineW(), &count));
   std::vector<std::string> result;
-  for (int index = 1; arguments && index < count; ++index) result.push_back(Utf8FromWide(arguments.get()[index]));
+  for (int index = 1; arguments && index < count; ++index) {
+    result.push_back(Unicode_Utf8FromWide(arguments.get()[index]));
+  }
   return result;
 }
 
@@ -50,15 +53,7 @@ ExitStatus Run(std::vector<std::string> arguments, CommandContext& context) {
   parser.allow_windows_style_options(false);
   parser.add_flag("-v,--verbose", context.verbosity, "Show more of the library's log (up to -vvv)");
   Command chosen;
-  AddScanCommand(parser, chosen);
-  AddAppCommand(parser, chosen);
-  AddExtensionsCommand(parser, chosen);
-  AddVerifyCommand(parser, chosen);
-  AddIconCommand(parser, chosen);
-  AddLaunchCommand(parser, chosen);
-  AddWindowsCommand(parser, chosen);
-  AddRulesCommand(parser, chosen);
-  AddDebugCommand(parser, chosen);
+  AddCommands(CommandGroup(parser, chosen));
   try {
     std::reverse(arguments.begin(), arguments.end());
     parser.parse(std::move(arguments));
@@ -75,9 +70,9 @@ int Main() {
     CommandContext context{out, err};
     const ExitStatus status = Run(CommandLineArguments(), context);
     if (!out.HasFailed()) return status;
-    err.Write("quarryctl: the output could not be written\n");
+    WriteComplaint(err, "the output could not be written");
   } catch (const std::exception& error) {
-    err.Write(std::string("quarryctl: ") + error.what() + '\n');
+    WriteComplaint(err, error.what());
   }
   return kNothingFound;
 }

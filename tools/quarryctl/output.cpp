@@ -1,6 +1,6 @@
 #include "tools/quarryctl/output.h"
 
-#include "tools/quarryctl/utf8.h"
+#include "lib/unicode/unicode.h"
 
 #include <algorithm>
 #include <string>
@@ -25,7 +25,7 @@ Output::Output(DWORD standardHandle) : handle_(GetStdHandle(standardHandle)), is
 
 void Output::Write(std::string_view utf8) {
   if (isConsole_) {
-    WriteCharacters(WideFromUtf8(utf8));
+    WriteCharacters(Unicode_WideFromUtf8(utf8));
   } else {
     WriteBytes(utf8);
   }
@@ -48,6 +48,10 @@ void Output::WriteCharacters(std::wstring_view text) {
     hasFailed_ = !WriteConsoleW(handle_, text.data(), static_cast<DWORD>(wanted), &written, nullptr) || written == 0;
     text.remove_prefix(written);
   }
+}
+
+void WriteComplaint(Output& err, std::string_view text) {
+  err.Write(std::string("quarryctl: ").append(text).append("\n"));
 }
 
 }  // namespace quarryctl

@@ -28,4 +28,7 @@ class Output {
   bool hasFailed_ = false;
 };
 
+/// Writes `text` as a line that begins with this program's name.
+void WriteComplaint(Output& err, std::string_view text);
+
 }  // namespace quarryctl

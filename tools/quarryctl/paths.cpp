@@ -20,10 +20,6 @@ std::wstring AbsolutePath(const std::wstring& path) {
   return result;
 }
 
-std::wstring AbsoluteApplicationPath(const std::wstring& path) {
-  return path.starts_with(L'%') ? path : AbsolutePath(path);
-}
-
 std::wstring ProgramFolder() {
   std::wstring path(kLongestPath, L'\0');
   const DWORD length = GetModuleFileNameW(nullptr, path.data(), kLongestPath);
@@ -32,7 +28,5 @@ std::wstring ProgramFolder() {
   const std::size_t end = path.find_last_of(L'\\');
   return end == std::wstring::npos ? std::wstring() : path.substr(0, end);
 }
-
-std::string RefuseEmptyName(const std::string& path) { return path.empty() ? "the file name is empty" : ""; }
 
 }  // namespace quarryctl

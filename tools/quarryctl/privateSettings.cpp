@@ -7,10 +7,11 @@ constexpr wchar_t kSettingsKey[] = L"SOFTWARE\\Velkor, Inc.\\Velkor Quarry";
 
 // Volatile, so that it does not outlive the user's session should this process be ended.
 UniqueRegistryKey MakeKey(HKEY root, const wchar_t* path) {
-  HKEY key = nullptr;
+  UniqueRegistryKey key;
   const LSTATUS status =
-      RegCreateKeyExW(root, path, 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr, &key, nullptr);
-  return UniqueRegistryKey(status == ERROR_SUCCESS ? key : nullptr);
+      RegCreateKeyExW(root, path, 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr, key.put(), nullptr);
+  if (status != ERROR_SUCCESS) return {};
+  return key;
 }
 
 }  // namespace

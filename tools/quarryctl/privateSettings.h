@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/quarryctl/owners.h"
+#include "lib/misc/platformHandles.h"
 
 #include <string>
 

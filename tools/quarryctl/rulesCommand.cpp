@@ -1,12 +1,12 @@
 #include "lib/misc/logEntry.h"
 #include "lib/seamlyFilter/ruleFile.h"
 #include "lib/seamlyFilter/rules.h"
+#include "lib/unicode/unicode.h"
 
-#include "tools/quarryctl/command.h"
+#include "tools/quarryctl/commandTable.h"
 #include "tools/quarryctl/paths.h"
-#include "tools/quarryctl/utf8.h"
+#include "tools/quarryctl/table.h"
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -72,11 +72,15 @@ std::vector<std::string> CheckLine(const RuleLine& line, RuleReading& reading) {
   return findings;
 }
 
+struct CheckOptions {
+  std::vector<std::string> files;
+};
+
 /// Whether the file could be read and there is nothing to say of it.
 bool CheckFile(const std::string& name, const CommandContext& context) {
-  RuleFileReader reader(AbsolutePath(WideFromUtf8(name)));
+  RuleFileReader reader(AbsolutePath(Unicode_WideFromUtf8(name)));
   if (!reader.IsOpen()) {
-    context.err.Write("quarryctl: unable to open " + name + '\n');
+    WriteComplaint(context.err, "unable to open " + name);
     return false;
   }
   RuleReading reading;
@@ -89,31 +93,31 @@ bool CheckFile(const std::string& name, const CommandContext& context) {
     }
   }
   if (clean) {
-    context.out.Write(name + ": " + std::to_string(reading.begun) + (reading.begun == 1 ? " rule set" : " rule sets") +
-                      ", nothing to report\n");
+    const auto begun = static_cast<std::size_t>(reading.begun);
+    context.out.Write(name + ": " + FormatCount(begun, "rule set") + ", nothing to report\n");
   }
   return clean;
 }
 
-ExitStatus RunCheck(const std::vector<std::string>& files, const CommandContext& context) {
+ExitStatus RunCheck(const CheckOptions& options, const CommandContext& context) {
   const ReaderMessages messages;
   bool clean = true;
   // One table for all files, as in the library: the limit on rule sets is that of them together.
-  for (const std::string& file : files) clean = CheckFile(file, context) && clean;
+  for (const std::string& file : options.files) clean = CheckFile(file, context) && clean;
   return clean ? kDone : kNothingFound;
+}
+
+void BindCheck(CLI::App& command, CheckOptions& options) {
+  command.add_option("FILE", options.files, "Rule files, in the order in which they are to count")
+      ->required()
+      ->type_name("");
 }
 
 }  // namespace
 
-void AddRulesCommand(CLI::App& parser, Command& chosen) {
-  const auto files = std::make_shared<std::vector<std::string>>();
-  CLI::App* rules = parser.add_subcommand("rules", "Work with window filter rules");
-  rules->require_subcommand(1);
-  CLI::App* check =
-      rules->add_subcommand("check", "Read rule files as the library does and show what is wrong in them");
-  check->add_option("FILE", *files, "Rule files, in the order in which they are to count")->required()->type_name("");
-  check->callback(
-      [files, &chosen] { chosen = [files](CommandContext& context) { return RunCheck(*files, context); }; });
+void AddRulesCommand(const CommandGroup& commands) {
+  const CommandGroup rules = commands.AddGroup("rules", "Work with window filter rules");
+  rules.Add("check", "Read rule files as the library does and show what is wrong in them", BindCheck, RunCheck);
 }
 
 }  // namespace quarryctl

@@ -1,8 +1,10 @@
-#include "tools/quarryctl/command.h"
-#include "tools/quarryctl/library.h"
-#include "tools/quarryctl/logView.h"
-#include "tools/quarryctl/paths.h"
-#include "tools/quarryctl/utf8.h"
+#include "quarry/quarry.h"
+
+#include "lib/unicode/unicode.h"
+
+#include "tools/quarryctl/commandTable.h"
+#include "tools/quarryctl/options.h"
+#include "tools/quarryctl/session.h"
 
 #include <memory>
 #include <string>
@@ -10,6 +12,10 @@
 
 namespace quarryctl {
 namespace {
+
+struct VerifyOptions {
+  std::wstring path;
+};
 
 std::string RefusalText(const std::string& path, const std::vector<std::string>& reasons) {
   std::string text = path + ": no application can be made from it\n";
@@ -19,29 +25,31 @@ std::string RefusalText(const std::string& path, const std::vector<std::string>&
   return text;
 }
 
-ExitStatus RunVerify(const std::string& path, const CommandContext& context) {
-  const std::wstring fullPath = AbsoluteApplicationPath(WideFromUtf8(path));
+ExitStatus RunVerify(const VerifyOptions& options, const CommandContext& context) {
   // The reasons are this command's result: without -v they are not shown as a log as well.
-  LogView log(context.err, context.verbosity == 0 ? 0 : ShownLevels(context));
-  const std::unique_ptr<Library> library = Library::Open(&LogView::Receive, context.err);
-  if (!library) return kNothingFound;
-  log.KeepLines();
-  if (library->VerifyApplication(fullPath)) {
-    context.out.Write(Utf8FromWide(fullPath) + ": an application can be made from it\n");
+  const std::unique_ptr<Session> session = Session::Open(context, {.showsErrors = false});
+  if (!session) return kNothingFound;
+  std::vector<std::string> reasons;
+  const LogListener listener(session->GetLog(), [&reasons](std::uint32_t level, std::wstring_view message) {
+    if (level <= QUARRY_LOG_NOTABLE) reasons.push_back(FormatLogLine(level, message));
+  });
+  const std::string path = Unicode_Utf8FromWide(options.path);
+  if (session->GetLibrary().VerifyApplication(options.path)) {
+    context.out.Write(path + ": an application can be made from it\n");
     return kDone;
   }
-  context.out.Write(RefusalText(Utf8FromWide(fullPath), log.KeptLines()));
+  context.out.Write(RefusalText(path, reasons));
   return kNothingFound;
+}
+
+void BindVerify(CLI::App& command, VerifyOptions& options) {
+  BindApplicationPath(command, options.path, "Shortcut, program or script");
 }
 
 }  // namespace
 
-void AddVerifyCommand(CLI::App& parser, Command& chosen) {
-  const auto path = std::make_shared<std::string>();
-  CLI::App* command = parser.add_subcommand("verify", "Say whether a file can be published, and if not, why");
-  command->add_option("PATH", *path, "Shortcut, program or script")->required()->type_name("");
-  command->callback(
-      [path, &chosen] { chosen = [path](CommandContext& context) { return RunVerify(*path, context); }; });
+void AddVerifyCommand(const CommandGroup& commands) {
+  commands.Add("verify", "Say whether a file can be published, and if not, why", BindVerify, RunVerify);
 }
 
 }  // namespace quarryctl

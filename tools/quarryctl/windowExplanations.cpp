@@ -1,6 +1,6 @@
 #include "tools/quarryctl/windowExplanations.h"
 
-#include "tools/quarryctl/utf8.h"
+#include "lib/unicode/unicode.h"
 
 namespace quarryctl {
 namespace {
@@ -29,15 +29,15 @@ bool IsDecision(std::wstring_view message) {
 void WindowExplanations::Observe(std::wstring_view message) {
   if (message.starts_with(kFound) && message.ends_with(kFoundEnd)) {
     const std::wstring_view handle = message.substr(kFound.size(), message.size() - kFound.size() - kFoundEnd.size());
-    windows_.emplace_back().handle = Utf8FromWide(handle);
+    windows_.emplace_back().handle = Unicode_Utf8FromWide(handle);
     return;
   }
   if (windows_.empty()) return;
   WindowExplanation& window = windows_.back();
-  if (IsDecision(message)) window.decision = Utf8FromWide(message.substr(kIndent.size()));
+  if (IsDecision(message)) window.decision = Unicode_Utf8FromWide(message.substr(kIndent.size()));
   for (const Attribute& attribute : kAttributes) {
     if (message.starts_with(attribute.label)) {
-      window.*attribute.member = Utf8FromWide(message.substr(attribute.label.size()));
+      window.*attribute.member = Unicode_Utf8FromWide(message.substr(attribute.label.size()));
     }
   }
 }

@@ -20,7 +20,6 @@ class WindowExplanations {
  public:
   /// Takes one message without its line end. Those that are not of the verbose window log are passed over.
   void Observe(std::wstring_view message);
-  void Forget() { windows_.clear(); }
   /// In the order in which the windows were looked at.
   const std::vector<WindowExplanation>& Get() const { return windows_; }
 

@@ -1,12 +1,15 @@
-#include "tools/quarryctl/command.h"
-#include "tools/quarryctl/library.h"
-#include "tools/quarryctl/logView.h"
+#include "lib/unicode/unicode.h"
+
+#include "tools/quarryctl/commandTable.h"
+#include "tools/quarryctl/json.h"
+#include "tools/quarryctl/options.h"
 #include "tools/quarryctl/privateSettings.h"
-#include "tools/quarryctl/tableFormat.h"
-#include "tools/quarryctl/utf8.h"
+#include "tools/quarryctl/recordJson.h"
+#include "tools/quarryctl/session.h"
+#include "tools/quarryctl/table.h"
 #include "tools/quarryctl/windowExplanations.h"
 
-#include <nlohmann/json.hpp>
+#include <windows.h>
 
 #include <memory>
 #include <span>
@@ -16,9 +19,7 @@
 namespace quarryctl {
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-constexpr int kIndent = 2;
+constexpr char kNoun[] = "window";
 constexpr DWORD kWatchIntervalMs = 1'000;
 
 struct WindowsOptions {
@@ -27,41 +28,28 @@ struct WindowsOptions {
   bool explain = false;
 };
 
-std::string CountLine(std::size_t count) { return std::to_string(count) + (count == 1 ? " window\n" : " windows\n"); }
-
 const char* StateText(const QuarryWindowInfo& window) {
   if (window.isVisible == 0) return "hidden";
   return window.isMinimized != 0 ? "minimized" : "open";
 }
 
-std::string FormatTableOf(std::span<const QuarryWindowInfo> windows) {
+std::string FormatText(std::span<const QuarryWindowInfo> windows) {
   std::vector<TableRow> rows = {{"STATE", "TITLE", "IMAGE"}};
   for (const QuarryWindowInfo& window : windows) {
-    rows.push_back({StateText(window), Utf8FromWide(window.title), Utf8FromWide(window.imagePath)});
+    rows.push_back({StateText(window), Unicode_Utf8FromWide(window.title), Unicode_Utf8FromWide(window.imagePath)});
   }
-  return (windows.empty() ? "" : FormatTable(rows)) + CountLine(windows.size());
+  return FormatList(rows, kNoun);
 }
 
-std::string FormatJsonOf(std::span<const QuarryWindowInfo> windows) {
-  Json array = Json::array();
-  for (const QuarryWindowInfo& window : windows) {
-    array.push_back({{"title", Utf8FromWide(window.title)},
-                     {"isVisible", window.isVisible != 0},
-                     {"isMinimized", window.isMinimized != 0},
-                     {"imagePath", Utf8FromWide(window.imagePath)}});
-  }
-  return array.dump(kIndent) + '\n';
-}
-
-std::string FormatTableOf(const std::vector<WindowExplanation>& windows) {
+std::string FormatText(const std::vector<WindowExplanation>& windows) {
   std::vector<TableRow> rows = {{"HANDLE", "DECISION", "TITLE", "CLASS", "IMAGE"}};
   for (const WindowExplanation& window : windows) {
     rows.push_back({window.handle, window.decision, window.title, window.className, window.imagePath});
   }
-  return FormatTable(rows) + CountLine(windows.size());
+  return FormatList(rows, kNoun);
 }
 
-std::string FormatJsonOf(const std::vector<WindowExplanation>& windows) {
+Json JsonFromExplanations(const std::vector<WindowExplanation>& windows) {
   Json array = Json::array();
   for (const WindowExplanation& window : windows) {
     array.push_back({{"handle", window.handle},
@@ -70,36 +58,26 @@ std::string FormatJsonOf(const std::vector<WindowExplanation>& windows) {
                      {"className", window.className},
                      {"imagePath", window.imagePath}});
   }
-  return array.dump(kIndent) + '\n';
+  return array;
 }
 
-WindowExplanations& Explanations() {
-  static WindowExplanations explanations;
-  return explanations;
-}
-
-/// The library's callback while windows are explained.
-void ReceiveForExplanations(std::uint32_t level, const wchar_t* message) noexcept {
-  LogView::Receive(level, message);
-  if (message == nullptr) return;
-  const std::wstring_view text = message;
-  Explanations().Observe(text.substr(0, text.find_last_not_of(L"\r\n") + 1));
-}
-
-ExitStatus Explain(const Library& library, const WindowsOptions& options, const CommandContext& context) {
+ExitStatus Explain(Session& session, const WindowsOptions& options, const CommandContext& context) {
   {
     // The library reads the switch at its first listing and never again.
     const PrivateSettings verbose(L"VerboseWindowLogging", L"1");
-    library.GetOpenWindows();
+    session.GetLibrary().GetOpenWindows();
   }
-  Explanations().Forget();
-  library.GetOpenWindows();
-  const std::vector<WindowExplanation>& windows = Explanations().Get();
+  WindowExplanations explanations;
+  {
+    const LogListener listener(
+        session.GetLog(), [&explanations](std::uint32_t, std::wstring_view message) { explanations.Observe(message); });
+    session.GetLibrary().GetOpenWindows();
+  }
+  const std::vector<WindowExplanation>& windows = explanations.Get();
   if (windows.empty()) {
-    context.err.Write("quarryctl: there are no windows, or the verbose window log could not be switched on\n");
-    return kNothingFound;
+    return Refuse(context, "there are no windows, or the verbose window log could not be switched on");
   }
-  context.out.Write(options.json ? FormatJsonOf(windows) : FormatTableOf(windows));
+  context.out.Write(options.json ? FormatJson(JsonFromExplanations(windows)) : FormatText(windows));
   return kDone;
 }
 
@@ -116,7 +94,7 @@ HANDLE EndOfWatch() {
 }
 
 std::string Format(const WindowRecords& records, bool json) {
-  return json ? FormatJsonOf(Items(records)) : FormatTableOf(Items(records));
+  return json ? FormatJson(JsonFrom(Items(records))) : FormatText(Items(records));
 }
 
 /// Writes the list again whenever it has changed.
@@ -131,31 +109,29 @@ void Watch(const Library& library, std::string shown, const WindowsOptions& opti
 }
 
 ExitStatus RunWindows(const WindowsOptions& options, const CommandContext& context) {
-  LogView log(context.err, ShownLevels(context));
-  const std::unique_ptr<Library> library =
-      Library::Open(options.explain ? &ReceiveForExplanations : &LogView::Receive, context.err);
-  if (!library) return kNothingFound;
-  if (options.explain) return Explain(*library, options, context);
+  const std::unique_ptr<Session> session = Session::Open(context);
+  if (!session) return kNothingFound;
+  if (options.explain) return Explain(*session, options, context);
 
-  const WindowRecords records = library->GetOpenWindows();
+  const WindowRecords records = session->GetLibrary().GetOpenWindows();
   const std::string list = Format(records, options.json);
   context.out.Write(list);
-  if (options.watch) Watch(*library, list, options, context);
+  if (options.watch) Watch(session->GetLibrary(), list, options, context);
   return records || options.watch ? kDone : kNothingFound;
+}
+
+void BindWindows(CLI::App& command, WindowsOptions& options) {
+  BindJson(command, options.json, "Write the windows as a JSON array");
+  CLI::Option* const watch =
+      command.add_flag("--watch", options.watch, "Write the list again when it changes, until Ctrl+C");
+  command.add_flag("--explain", options.explain, "List every window that was looked at, with the test that decided")
+      ->excludes(watch);
 }
 
 }  // namespace
 
-void AddWindowsCommand(CLI::App& parser, Command& chosen) {
-  const auto options = std::make_shared<WindowsOptions>();
-  CLI::App* command = parser.add_subcommand("windows", "List the session's windows as remote users see them");
-  command->add_flag("--json", options->json, "Write the windows as a JSON array");
-  CLI::Option* watch =
-      command->add_flag("--watch", options->watch, "Write the list again when it changes, until Ctrl+C");
-  command->add_flag("--explain", options->explain, "List every window that was looked at, with the test that decided")
-      ->excludes(watch);
-  command->callback(
-      [options, &chosen] { chosen = [options](CommandContext& context) { return RunWindows(*options, context); }; });
+void AddWindowsCommand(const CommandGroup& commands) {
+  commands.Add("windows", "List the session's windows as remote users see them", BindWindows, RunWindows);
 }
 
 }  // namespace quarryctl

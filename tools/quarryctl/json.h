@@ -1,0 +1,18 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+
+namespace quarryctl {
+
+/// Objects keep their fields in the order in which they were added.
+using Json = nlohmann::ordered_json;
+
+/// As --json writes it, with its line end.
+std::string FormatJson(const Json& json);
+
+/// An object without nested ones as a table with a row for each field.
+std::string FormatFields(const Json& object);
+
+}  // namespace quarryctl

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "tools/quarryctl/commandContext.h"
+#include "tools/quarryctl/library.h"
+#include "tools/quarryctl/logView.h"
+
+#include <memory>
+#include <string>
+
+namespace quarryctl {
+
+struct SessionOptions {
+  FileTypes fileTypes = FileTypes::Leave;
+  bool showsErrors = true;  ///< of the library's log even without -v
+};
+
+/// The library at work for one sub-command, and the view of its log.
+class Session {
+ public:
+  /// Opens the quarry.dll that lies beside this program. Null when that fails; the error stream then has the reason.
+  static std::unique_ptr<Session> Open(const CommandContext& context, const SessionOptions& options = {});
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  /// Library::Scan behind a progress line.
+  ApplicationRecords Scan(const std::wstring& iniPath);
+
+  const Library& GetLibrary() const { return *library_; }
+  LogView& GetLog() { return log_; }
+
+ private:
+  Session(const CommandContext& context, const SessionOptions& options);
+
+  LogView log_;  // sees the library go too
+  std::unique_ptr<Library> library_;
+};
+
+}  // namespace quarryctl
