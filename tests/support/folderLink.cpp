@@ -1,33 +1,25 @@
 #include "tests/support/folderLink.h"
 
 #include "lib/misc/platformHandles.h"
-#include "lib/unicode/unicode.h"
 
-#include <windows.h>
-
+#include <algorithm>
+#include <cstdlib>
 #include <functional>
 #include <utility>
 
 namespace quarry::test {
 namespace {
 
-constexpr DWORD kTimeLimitMs = 10'000;
-
 bool IsLink(const std::wstring& path) {
   const DWORD attributes = GetFileAttributesW(path.c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
-/// Empty on Windows.
-std::wstring UnixName(const std::wstring& path) {
-  using Convert = char* (*)(const wchar_t*);
-  const auto convert = reinterpret_cast<Convert>(
-      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name")));
-  char* const name = convert == nullptr ? nullptr : convert(path.c_str());
-  if (name == nullptr) return {};
-  std::wstring result = Unicode_WideFromUtf8(name);
-  HeapFree(GetProcessHeap(), 0, name);
-  return result;
+/// The name of a path of drive C in the system below the Wine prefix, in quotes.
+std::wstring UnixName(std::wstring path) {
+  const wchar_t* const prefix = _wgetenv(L"QUARRY_WINEPREFIX");
+  std::replace(path.begin(), path.end(), L'\\', L'/');
+  return prefix == nullptr ? std::wstring() : L'"' + (prefix + (L"/dosdevices/c:" + path.substr(2))) + L'"';
 }
 
 /// A Unix program has no process handle to wait for, so its effect is waited for.
@@ -40,23 +32,15 @@ bool RunUnixProgram(const wchar_t* program, std::wstring command, const std::fun
   }
   const UniqueKernelHandle processOwner(process.hProcess);
   const UniqueKernelHandle threadOwner(process.hThread);
-  for (const DWORD start = GetTickCount(); !done(); Sleep(10)) {
-    if (GetTickCount() - start > kTimeLimitMs) return false;
-  }
-  return true;
-}
-
-bool MakeUnixLink(const std::wstring& linkPath, const std::wstring& target) {
-  const std::wstring unixTarget = UnixName(target);
-  if (unixTarget.empty()) return false;
-  return RunUnixProgram(L"Z:\\bin\\ln", L"ln -s \"" + unixTarget + L"\" \"" + UnixName(linkPath) + L"\"",
-                        [&] { return IsLink(linkPath); });
+  for (int tries = 1'000; tries > 0 && !done(); --tries) Sleep(10);
+  return done();
 }
 
 bool MakeLink(const std::wstring& linkPath, const std::wstring& target) {
   constexpr DWORD kFlags = SYMBOLIC_LINK_FLAG_ALLOW_UNPRIVILEGED_CREATE | SYMBOLIC_LINK_FLAG_DIRECTORY;
-  const BOOLEAN made = CreateSymbolicLinkW(linkPath.c_str(), target.c_str(), kFlags);
-  return (made != FALSE && IsLink(linkPath)) || MakeUnixLink(linkPath, target);
+  if (CreateSymbolicLinkW(linkPath.c_str(), target.c_str(), kFlags) != FALSE && IsLink(linkPath)) return true;
+  return RunUnixProgram(L"Z:\\bin\\ln", L"ln -s " + UnixName(target) + L' ' + UnixName(linkPath),
+                        [&] { return IsLink(linkPath); });
 }
 
 }  // namespace
@@ -66,7 +50,7 @@ FolderLink::FolderLink(std::wstring linkPath, const std::wstring& target)
 
 FolderLink::~FolderLink() {
   if (!made_ || (RemoveDirectoryW(path_.c_str()) && !IsLink(path_))) return;
-  RunUnixProgram(L"Z:\\bin\\rm", L"rm \"" + UnixName(path_) + L"\"", [this] { return !IsLink(path_); });
+  RunUnixProgram(L"Z:\\bin\\rm", L"rm " + UnixName(path_), [this] { return !IsLink(path_); });
 }
 
 }  // namespace quarry::test

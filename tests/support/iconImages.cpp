@@ -56,7 +56,7 @@ void AddMaskRow(IconImage& image) {
   image.bytes.insert(image.bytes.end(), row.begin(), row.end());
 }
 
-Bytes DirectoryHeader(std::span<const IconImage> images, int count) {
+Bytes DirectoryHeader(const std::vector<IconImage>& images, int count) {
   Bytes bytes = {0, 0, 1, 0};
   Append(bytes, count < 0 ? static_cast<std::uint32_t>(images.size()) : static_cast<std::uint32_t>(count), 2);
   return bytes;
@@ -92,7 +92,7 @@ IconImage MakeImage(int width, int height, int bitCount, unsigned variant) {
   return image;
 }
 
-std::vector<std::uint8_t> IcoFile(std::span<const IconImage> images, int count) {
+std::vector<std::uint8_t> IcoFile(const std::vector<IconImage>& images, int count) {
   Bytes bytes = DirectoryHeader(images, count);
   std::size_t offset = bytes.size() + 16 * images.size();
   for (const IconImage& image : images) {
@@ -103,15 +103,15 @@ std::vector<std::uint8_t> IcoFile(std::span<const IconImage> images, int count) 
   return bytes;
 }
 
-bool PutIconGroup(const std::wstring& path, LPCWSTR name, std::span<const IconImage> images, int firstId, int count) {
+void PutIconGroup(const std::wstring& path, LPCWSTR name, const std::vector<IconImage>& images, int firstId,
+                  int count) {
   Bytes group = DirectoryHeader(images, count);
-  bool done = true;
   for (int id = firstId; const IconImage& image : images) {
     const bool isNew = !image.bytes.empty();
     AppendEntry(group, image, static_cast<std::size_t>(isNew ? id : firstId), 2);
-    if (isNew) done = done && PutResource(path, RT_ICON, MAKEINTRESOURCEW(id++), image.bytes);
+    if (isNew) PutResource(path, RT_ICON, MAKEINTRESOURCEW(id++), image.bytes);
   }
-  return done && PutResource(path, RT_GROUP_ICON, name, group);
+  PutResource(path, RT_GROUP_ICON, name, group);
 }
 
 }  // namespace quarry::test

@@ -7,7 +7,6 @@
 #include <fileapi.h>
 #include <sddl.h>
 
-#include <stdexcept>
 #include <system_error>
 
 namespace quarry::test {
@@ -19,10 +18,8 @@ namespace fs = std::filesystem;
   throw fs::filesystem_error(what, path, std::error_code(static_cast<int>(GetLastError()), std::system_category()));
 }
 
-bool Exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
-
 void MakeFolders(const std::wstring& longPath) {
-  if (Exists(longPath)) return;
+  if (GetFileAttributesW(longPath.c_str()) != INVALID_FILE_ATTRIBUTES) return;
   MakeFolders(longPath.substr(0, longPath.rfind(L'\\')));
   if (!CreateDirectoryW(longPath.c_str(), nullptr)) Fail("CreateDirectoryW", longPath);
 }
@@ -103,6 +100,15 @@ std::wstring TemporaryFolder::CopyFrom(std::wstring_view relative, const fs::pat
   MakeFolders(LongPath(FolderOf(path)));
   if (!CopyFileW(source.c_str(), LongPath(path).c_str(), FALSE)) Fail("CopyFileW", path);
   return path;
+}
+
+std::wstring TemporaryFolder::WriteLink(std::wstring_view relative, const std::wstring& target,
+                                        linkmaker::Shortcut shortcut) const {
+  shortcut.linkPath = *this / relative;
+  shortcut.target = target;
+  MakeFolders(LongPath(FolderOf(shortcut.linkPath)));
+  if (!WriteShortcut(shortcut)) Fail("WriteShortcut", shortcut.linkPath);
+  return shortcut.linkPath;
 }
 
 }  // namespace quarry::test

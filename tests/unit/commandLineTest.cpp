@@ -7,12 +7,8 @@
 #include "tests/unit/allocationLimit.h"
 #include "tests/unit/fileTypesFixture.h"
 
-#include <gmock/gmock.h>
-
 namespace quarry::test {
 namespace {
-
-using testing::ElementsAre;
 
 class CommandLine : public FileTypesFixture {
  protected:
@@ -68,7 +64,7 @@ TEST_F(CommandLine, LeadsToItsProgramAndItsActionUri) {
   }
   EXPECT_EQ(AppUtil_ActionURIForCommandLine(L"\"\\\\server\\my share\\x.exe\" a"),
             "file://server/my%20share/x.exe?argv%5B%5D=a");
-  EXPECT_THAT(messages, testing::IsEmpty());
+  EXPECT_THAT(messages, IsEmpty());
 }
 
 TEST_F(CommandLine, WithoutAProgramAddsNothingAndSaysSo) {
@@ -148,7 +144,7 @@ TEST_F(CommandLine, CostsOnlyItselfWhenMemoryRunsOut) {
   }
   EXPECT_FALSE(uri);
   EXPECT_FALSE(lower);
-  EXPECT_THAT(messages, ElementsAre(testing::StartsWith("MEM_ALLOC lib/appUtil/appUtilWin32:"),
+  EXPECT_THAT(messages, ElementsAre(StartsWith("MEM_ALLOC lib/appUtil/appUtilWin32:"),
                                     "AppUtil_ToLowerUtf16: Failed to alloc 200002 bytes.\n"));
 }
 
