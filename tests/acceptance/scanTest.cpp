@@ -1,6 +1,5 @@
 // Scans with configured filters and with INI files: settings, definitions, order, messages, folders that cause trouble.
 
-#include "tests/support/folderLink.h"
 #include "tests/support/hostTest.h"
 
 #include <knownfolders.h>
@@ -86,6 +85,7 @@ class ScanTest : public Test {
     }
   }
 
+  const TemporaryFolder outside_{L"quarryOutside"};
   const TemporaryFolder folder_{L"quarryScan"};
   const RegistryFixture settings_{kSettingsKey};
   const RegistryFixture policy_{kPolicyKey};
@@ -156,11 +156,9 @@ TEST_F(ScanTest, SettingOfAnotherTypeIsReportedAndCountsAsAbsent) {
 }
 
 TEST_F(ScanTest, ReparsePointsAreReportedAndEnteredOnlyWhenAllowed) {
-  File(L"outside\\linked.bat");
-  const FolderLink link(Root(L"root\\link"), Root(L"outside"));
-  if (!link) GTEST_SKIP() << "no symbolic links here";
-  const FolderLink loop(Root(L"root\\sub\\loop"), Root());
-  ASSERT_TRUE(loop);
+  outside_.WriteBytes(L"linked.bat", {});
+  if (!folder_.LinkFolder(L"root\\link", outside_.Path())) GTEST_SKIP() << "no symbolic links here";
+  ASSERT_TRUE(folder_.LinkFolder(L"root\\sub\\loop", Root()));
   Define(1, Root());
   settings_.SetString(L"", L"MaxScanDepth", L"3");
   for (const bool allowed : {false, true}) {

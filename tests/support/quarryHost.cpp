@@ -9,7 +9,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -94,13 +93,23 @@ const Library& Library::Instance() {
   return library;
 }
 
+const std::vector<std::string>& ExportNames() {
+  static std::istringstream text(
+      "Quarry_Init Quarry_Exit Quarry_ReportDebugInfo Quarry_GetOpenWindows Quarry_ScanApplicationsUsingIniFile "
+      "Quarry_ScanApplications Quarry_GetApplication Quarry_GetApplicationIcon Quarry_GetIcon Quarry_GetIconData "
+      "Quarry_GetApplicationRegisteredExtensions Quarry_VerifyApplication Quarry_LaunchApplication Quarry_FreeIcon "
+      "Quarry_FreeRegisteredExtensions Quarry_FreeApplication Quarry_FreeApplications Quarry_FreeIconData "
+      "Quarry_FreeWindows");
+  static const std::vector<std::string> names{std::istream_iterator<std::string>(text), {}};
+  return names;
+}
+
 Library::Library() : module_(LoadLibraryW((BinFolder() / L"quarry.dll").c_str())) {
   if (module_ == nullptr) throw std::runtime_error("cannot load quarry.dll");
-  std::array<FARPROC, std::size(kExports) - 1> addresses{};
-  std::transform(std::next(kExports), std::end(kExports), addresses.begin(),
-                 [this](const char* name) { return Address(name); });
-  static_assert(sizeof(functions_) == sizeof(addresses));
-  std::memcpy(&functions_, addresses.data(), sizeof(functions_));
+  std::vector<FARPROC> addresses(ExportNames().size());
+  std::transform(ExportNames().begin(), ExportNames().end(), addresses.begin(),
+                 [this](const std::string& name) { return Address(name); });
+  std::memcpy(&functions_, addresses.data() + 1, sizeof(functions_));
 }
 
 void Library::Init(QuarryLogFn log, bool buildFileTypeDatabase, QuarryFunctions* table) const {

@@ -44,26 +44,8 @@ class HostLog {
   static void Record(std::uint32_t level, const wchar_t* message);
 };
 
-/// The exports; behind Quarry_Init in the order of the function table.
-inline constexpr const char* kExports[] = {"Quarry_Init",
-                                           "Quarry_Exit",
-                                           "Quarry_ReportDebugInfo",
-                                           "Quarry_GetOpenWindows",
-                                           "Quarry_ScanApplicationsUsingIniFile",
-                                           "Quarry_ScanApplications",
-                                           "Quarry_GetApplication",
-                                           "Quarry_GetApplicationIcon",
-                                           "Quarry_GetIcon",
-                                           "Quarry_GetIconData",
-                                           "Quarry_GetApplicationRegisteredExtensions",
-                                           "Quarry_VerifyApplication",
-                                           "Quarry_LaunchApplication",
-                                           "Quarry_FreeIcon",
-                                           "Quarry_FreeRegisteredExtensions",
-                                           "Quarry_FreeApplication",
-                                           "Quarry_FreeApplications",
-                                           "Quarry_FreeIconData",
-                                           "Quarry_FreeWindows"};
+/// The names of the exports; behind Quarry_Init in the order of the function table.
+const std::vector<std::string>& ExportNames();
 
 /// quarry.dll, loaded once for the process as a host does and never unloaded. At the end of the test run it is exited
 /// and the run fails when its object counters tell of leaks.
@@ -72,7 +54,7 @@ class Library {
   static const Library& Instance();
 
   HMODULE Module() const { return module_; }
-  FARPROC Address(const char* name) const { return GetProcAddress(module_, name); }
+  FARPROC Address(const std::string& name) const { return GetProcAddress(module_, name.c_str()); }
   void Init(QuarryLogFn log, bool buildFileTypeDatabase, QuarryFunctions* table) const;
   /// Filled by name, so that it is there before Quarry_Init and after Quarry_Exit.
   const QuarryFunctions& Functions() const { return functions_; }
