@@ -64,6 +64,10 @@ TEST_F(QuarryCtl, ExitStatusTellsDoneFromRefusedFromUsage) {
       {{L"verify", L"upper.EXE.off.EXE"}, 1, "  note: Unsupported extension EXE in ", ""},
       {{L"verify", L"ToText.lnk"}, 1, "readme.txt\" not recognized", ""},
       {{L"app", L"missing.exe"}, 1, "", "no application can be made from "},
+      {{L"icon", L"0123"}, 1, "", "no icon 0123"},
+      {{L"icon", L"0123", L"-o", L""}, 2, "", "the file name is empty"},
+      {{L"extensions", L"no.exe"}, 1, "0 types\n", ""},
+      {{L"extensions", L"no.exe", L"--json"}, 1, "[]\n", ""},
   };
   for (const auto& [arguments, status, out, err] : kCases) {
     SCOPED_TRACE(PrintToString(arguments));
@@ -120,32 +124,28 @@ TEST_F(QuarryCtl, AppShowsEveryFieldOfTheRecord) {
   }
 }
 
-TEST_F(QuarryCtl, ExtensionsShowsWhatAProgramOrItsShortcutOpens) {
+TEST_F(QuarryCtl, ShowsIconsAndTypesOfAProgramOrItsShortcut) {
   const RegistryFixture progId(L"QuarryProgId1", HKEY_CLASSES_ROOT);
   progId.SetString(L"", L"", L"Quarry Füße");
-  progId.SetString(L"shell\\open\\command", L"", L"\"" + folder_ / L"copy.exe" + L"\" %1");
+  progId.SetString(L"shell\\open\\command", L"", L"\"" + kNotepad + L"\" %1");
   const RegistryFixture type(L".quarrytest", HKEY_CLASSES_ROOT);
   type.SetString(L"", L"", L"QuarryProgId1");
-  folder_.WriteLink(L"Copy.lnk", folder_ / L"copy.exe");
-  SetEnvironmentVariableW(L"QUARRYTEST", folder_.Path().c_str());
+  const std::wstring link = kLinkName + L".lnk";
 
-  const std::string table = "TYPE         DESCRIPTION\n.quarrytest  Quarry Füße\n1 type\n";
-  for (const wchar_t* const path : {L"./COPY.exe", L"%QUARRYTEST%\\Copy.lnk"}) {
-    const ProcessOutput output = Run({L"extensions", path});
-    EXPECT_EQ(output.out, table);
-    EXPECT_EQ(output.exitCode, 0u);
-  }
-  const Json extensions = RunJson({L"extensions", L"copy.exe"});
-  EXPECT_EQ(extensions, Json::parse(R"([{"name": ".quarrytest", "description": "Quarry Füße"}])"));
-  EXPECT_THAT(Run({L"app", L"Copy.lnk", L"--extensions"}).out, EndsWith("\n\n" + table));
-  const Json application = RunJson({L"app", L"Copy.lnk", L"--extensions"});
+  const ProcessOutput table = Run({L"extensions", link});
+  EXPECT_THAT(table.out, AllOf(StartsWith("TYPE "), HasSubstr("\n.quarrytest "), HasSubstr("  Quarry Füße\n")));
+  EXPECT_EQ(table.exitCode, 0u);
+  const Json extensions = RunJson({L"extensions", kNotepad});
+  EXPECT_THAT(extensions, Contains(Json::parse(R"({"name": ".quarrytest", "description": "Quarry Füße"})")));
+  EXPECT_THAT(Run({L"app", link, L"--extensions"}).out, EndsWith("\n\n" + table.out));
+  const Json application = RunJson({L"app", link, L"--extensions", L"--icons"});
   EXPECT_EQ(application["extensions"], extensions);
-  EXPECT_EQ(application["baseName"], "Copy");
-  for (const Names& arguments : {Names{L"extensions", L"no.exe", L"--json"}, {L"extensions", L"no.exe"}}) {
-    const ProcessOutput output = Run(arguments);
-    EXPECT_EQ(output.out, arguments.size() == 3 ? "[]\n" : "0 types\n");
-    EXPECT_EQ(output.exitCode, 1u);
-  }
+  const Json& icon = application["icons"].at(0);
+  const std::wstring name = Unicode_WideFromUtf8(icon["name"].get<std::string>());
+  EXPECT_EQ(RunJson({L"icon", name}), icon);
+  EXPECT_EQ(Run({L"icon", name, L"-o", L"copy.png"}).exitCode, 0u);
+  EXPECT_EQ(std::filesystem::file_size(folder_ / L"copy.png"),
+            std::filesystem::file_size(icon["path"].get<std::string>()));
 }
 
 TEST_F(QuarryCtl, EachVAddsALevelOfTheLog) {

@@ -24,27 +24,6 @@ std::vector<LogLine>& RecordedLines() {
   return lines;
 }
 
-/// Sends what is written to this process's standard output into a file while it lives.
-class OutputIntoFile {
- public:
-  explicit OutputIntoFile(const std::filesystem::path& path) : saved_((std::fflush(stdout), _dup(kOutput))) {
-    const int file = _wopen(path.c_str(), _O_WRONLY | _O_TRUNC | _O_CREAT | _O_TEXT, _S_IREAD | _S_IWRITE);
-    _dup2(file, kOutput);
-    _close(file);
-  }
-  ~OutputIntoFile() {
-    std::fflush(stdout);
-    _dup2(saved_, kOutput);
-    _close(saved_);
-  }
-  OutputIntoFile(const OutputIntoFile&) = delete;
-  OutputIntoFile& operator=(const OutputIntoFile&) = delete;
-
- private:
-  static constexpr int kOutput = 1;
-  int saved_;
-};
-
 /// Ends the run as a host ends: after Quarry_Exit no object of the library may be left.
 class LeakCheck : public testing::Environment {
  public:
@@ -118,12 +97,18 @@ void Library::Init(QuarryLogFn log, bool buildFileTypeDatabase, QuarryFunctions*
 }
 
 std::string Library::DebugReport() const {
+  constexpr int kOutput = 1;
   const std::filesystem::path path =
       std::filesystem::temp_directory_path() / (L"quarryReport" + std::to_wstring(GetCurrentProcessId()) + L".txt");
-  {
-    const OutputIntoFile redirected(path);
-    functions_.ReportDebugInfo();
-  }
+  std::fflush(stdout);
+  const int saved = _dup(kOutput);
+  const int file = _wopen(path.c_str(), _O_WRONLY | _O_TRUNC | _O_CREAT | _O_TEXT, _S_IREAD | _S_IWRITE);
+  _dup2(file, kOutput);
+  functions_.ReportDebugInfo();
+  std::fflush(stdout);
+  _dup2(saved, kOutput);
+  _close(file);
+  _close(saved);
   std::ostringstream text;
   text << std::ifstream(path).rdbuf();
   std::filesystem::remove(path);

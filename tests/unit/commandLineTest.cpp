@@ -100,18 +100,6 @@ TEST_F(CommandLine, IsRememberedAsItIsWritten) {
   EXPECT_FALSE(Add(program + L" %1"));
 }
 
-TEST_F(CommandLine, WithThousandsOfArgumentsIsReadInNoTime) {
-  std::wstring arguments;
-  for (int index = 0; index < 5000; ++index) arguments += L" " + std::to_wstring(index);
-  const ULONGLONG started = GetTickCount64();
-  const std::string uri = Add(L'"' + Program(L"App.exe") + L'"' + arguments).value_or(FileTypeHandler()).actionUri;
-  EXPECT_TRUE(uri.ends_with("&argv%5B%5D=4999"));
-  EXPECT_EQ(std::count(uri.begin(), uri.end(), '='), 5000);
-  EXPECT_FALSE(Add(folder / L"none.exe" + arguments));
-  EXPECT_FALSE(Add(L"\\\\quarrytestdead\\share\\app.exe" + arguments));
-  EXPECT_LT(GetTickCount64() - started, 2000u);
-}
-
 TEST_F(CommandLine, AsksAServerThatIsSlowToFailOnceInABuild) {
   const std::wstring path = L"quarrytestdead\\share\\App.exe";
   const std::wstring ways[] = {L"\\\\" + path, L"//QUARRYTESTDEAD/share/App.exe", L"\\\\?\\UNC\\" + path,
