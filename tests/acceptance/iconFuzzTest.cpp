@@ -126,7 +126,7 @@ IconImage PngImage() {
 }
 
 TEST_F(IconFuzz, MutatedFilesNeitherCrashNorHangNorLeak) {
-  const std::vector<IconImage> images = {MakeImage(16, 16, 4), MakeImage(16, 16, 8), MakeImage(24, 24, 24),
+  const std::vector<IconImage> images = {MakeImage(16, 16, 8), MakeImage(16, 16, 24), MakeImage(24, 24, 8),
                                          MakeImage(32, 32, 32)};
   const ResourceCounts growth = Fuzz(images, Rounds(400, 8'000));
   EXPECT_EQ(growth, (ResourceCounts{0, 0, growth.heapBytes}));

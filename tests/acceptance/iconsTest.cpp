@@ -95,7 +95,7 @@ TEST_F(Icons, AnApplicationHasTheBestImageOfEachSizeWithItsPixels) {
   const IconImage large = MakeImage(256, 256, 32);
   const IconImage first = MakeImage(48, 48, 32, 1);
   const std::vector<IconImage> images = {
-      MakeImage(16, 16, 4), MakeImage(16, 16, 8), medium, first, MakeImage(48, 48, 32, 2), small, large};
+      MakeImage(16, 16, 8), MakeImage(16, 16, 24), medium, first, MakeImage(48, 48, 32, 2), small, large};
   const QuarryHost host;
   const std::vector<IconRecord> icons = IconsOf(host, Program(L"seven", images));
   for (const wchar_t* const line : {L"Found 7 icons in the executable\n", L"Found icon 256 x 256 x 32\n",
@@ -122,7 +122,7 @@ TEST_F(Icons, AnApplicationHasTheBestImageOfEachSizeWithItsPixels) {
 
 TEST_F(Icons, ImagesWithoutAlphaKeepColorsAndMask) {
   const QuarryHost host;
-  for (const auto& [width, height, bitCount] : {std::tuple(32, 32, 4), {32, 32, 24}, {16, 24, 4}, {24, 16, 8}}) {
+  for (const auto& [width, height, bitCount] : {std::tuple(32u, 32u, 8), {32, 32, 24}, {16, 24, 24}, {24, 16, 8}}) {
     SCOPED_TRACE(testing::Message() << width << 'x' << height << 'x' << bitCount);
     const IconImage image = MakeImage(width, height, bitCount);
     const std::vector<IconRecord> icons = IconsOf(host, Program(L"bits", {image}));
@@ -167,7 +167,7 @@ TEST_F(Icons, ThePictureOfTwoProgramsIsStoredOnceAndReadBackLater) {
 
 TEST_F(Icons, FilesAreReadByTheirKindAndTheirDirectory) {
   const std::vector<IconImage> two = {MakeImage(16, 16, 32), MakeImage(24, 24, 8)};
-  const std::vector<IconImage> hundred(100, MakeImage(16, 16, 4));
+  const std::vector<IconImage> hundred(100, MakeImage(16, 16, 8));
   Bytes cut = IcoFile(two);
   cut.resize(30);
   Bytes otherType = IcoFile(two);
@@ -430,7 +430,7 @@ TEST_F(Icons, AFolderThatCannotBeMadeGivesWayToTheDefault) {
 }
 
 TEST_F(Icons, AnIconThatCannotBeStoredIsAnEmptyEntryAndLeavesNothingBehind) {
-  const std::wstring path = Program(L"unstored", {MakeImage(16, 16, 32), MakeImage(32, 32, 4)});
+  const std::wstring path = Program(L"unstored", {MakeImage(16, 16, 32), MakeImage(32, 32, 8)});
   // Gone, read-only (the kernel's own folder), and in truth a file, which this system takes for a folder.
   for (const std::wstring& folder : {cache_, std::wstring(L"Z:\\proc"), folder_.WriteText(L"file", L"")}) {
     SCOPED_TRACE(fs::path(folder).string());
@@ -452,7 +452,7 @@ TEST_F(Icons, AnIconThatCannotBeStoredIsAnEmptyEntryAndLeavesNothingBehind) {
 
 TEST_F(Icons, TwoProcessesFillOneFolderTogether) {
   std::vector<IconImage> images;
-  for (int size = 8; size < 48; ++size) images.push_back(MakeImage(size, size, 32));
+  for (unsigned size = 8; size < 48; ++size) images.push_back(MakeImage(size, size, 32));
   const Names arguments = {L"app", Program(L"shared", images)};
   std::future<ProcessOutput> outputs[3];
   for (auto& output : outputs) output = std::async(std::launch::async, RunProgram, L"quarryctl", arguments, L"");

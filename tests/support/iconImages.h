@@ -18,9 +18,10 @@ struct IconImage {
   std::vector<std::uint32_t> picture = {};
 };
 
-/// An image of the classic kind, whose picture depends on `variant`. The left half is opaque. The right half is
-/// transparent by the mask, and in an image of 32 bits, where the mask does not count, by alphas from 1 to 254.
-IconImage MakeImage(int width, int height, int bitCount, unsigned variant = 0);
+/// An image of the classic kind with 8, 24 or 32 bits a pixel, whose picture depends on `variant`. The left half is
+/// opaque. The right half is transparent by the mask, and in an image of 32 bits, where the mask does not count, by
+/// alphas from 1 to 254.
+IconImage MakeImage(unsigned width, unsigned height, int bitCount, unsigned variant = 0);
 
 /// An ICO file of these images. The directory tells `count` of them when that is not negative.
 std::vector<std::uint8_t> IcoFile(const std::vector<IconImage>& images, int count = -1);
