@@ -18,7 +18,7 @@ if [[ -z ${QUARRY_SESSION:-} ]]; then
   exit
 fi
 
-Step start-menu Demo "$build/bin/fixtures/linkMaker.exe" --start-menu
+Step start-menu Demo "$build/bin/linkMaker.exe" --start-menu
 Demo "$build/bin/quarryctl.exe" scan
 cd "$build"
 Demo bin/quarryctl.exe scan --html demo.html

@@ -1,34 +1,15 @@
-// Mutated programs and icon files, as a stranger could place them on a host. Run with --files=100 for a short run.
+// Mutated programs and icon files, as a stranger could place them on a host.
 
 #include "lib/misc/fileBytes.h"
 
+#include "tests/support/hostTest.h"
 #include "tests/support/iconImages.h"
-#include "tests/support/quarryHost.h"
-#include "tests/support/registryFixture.h"
-#include "tests/support/resourceCounts.h"
-#include "tests/support/shortcut.h"
-#include "tests/support/temporaryFolder.h"
-#include "tests/support/versionedExecutable.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <chrono>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <iostream>
-#include <random>
-#include <string_view>
 
 namespace quarry::test {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
-
-int g_files = 10'000;
-
-void IgnoreMessage(std::uint32_t /*level*/, const wchar_t* /*message*/) {}
 
 class Mutator {
  public:
@@ -73,7 +54,7 @@ struct Source {
 };
 
 Source ProgramSource(const std::wstring& path, const std::vector<IconImage>& images) {
-  EXPECT_TRUE(WriteExecutable(path) && PutIconGroup(path, MAKEINTRESOURCEW(1), images, 1));
+  PutIconGroup(path, MAKEINTRESOURCEW(1), images);
   const Bytes bytes = ReadWholeFile(path).value_or(Bytes());
   // The tables of the resources end with the group.
   const Bytes group = {0, 0, 1, 0, static_cast<std::uint8_t>(images.size()), 0, 16, 16};
@@ -84,53 +65,53 @@ Source ProgramSource(const std::wstring& path, const std::vector<IconImage>& ima
 }
 
 /// Feeds the library with mutated files, every other one a program and an icon file.
-class Feeder {
- public:
-  explicit Feeder(const std::vector<IconImage>& images)
-      : ico_{IcoFile(images), 0, 6 + 16 * images.size() + 40},
-        program_(ProgramSource(folder_ / L"source.exe", images)) {
+class IconFuzz : public Test {
+ protected:
+  /// What so many files leave behind.
+  ResourceCounts Fuzz(const std::vector<IconImage>& images, int files) {
     settings_.SetString(L"", L"IconCacheDir", folder_ / L"cache");
-    EXPECT_TRUE(WriteShortcut({linkPath_, folder_ / L"source.exe", {}, {}, {}, folder_ / L"fuzz.ico", 0}));
-  }
-
-  /// How many icons the library found in as many mutated files.
-  std::uint64_t Feed(int files) {
-    QuarryFunctions functions{};
-    Library::Instance().Init(IgnoreMessage, 0, &functions);
-    std::uint64_t icons = 0;
-    for (int file = 0; file < files; ++file) {
-      const bool isIco = file % 2 == 0;
-      const bool inHeader = file % 8 == 1;
-      const Source& source = isIco ? ico_ : program_;
-      // Wine keeps an image mapped whose sections cover its own header, so each program has a name of its own.
-      const std::wstring name = isIco ? L"fuzz.ico" : L"fuzz" + std::to_wstring(++programs_) + L".exe";
-      const Bytes bytes = inHeader ? mutator_.Mutate(source.bytes, 0, 1024)
-                                   : mutator_.Mutate(source.bytes, source.tablesStart, source.tablesEnd);
-      const std::wstring path = folder_.WriteBytes(name, bytes);
-      const ApplicationRecord app(functions.GetApplication((isIco ? linkPath_ : path).c_str()));
-      for (std::uint64_t index = 0; app != nullptr && index < app->iconCount; ++index, ++icons) {
-        const IconRecord icon(functions.GetApplicationIcon(app.get(), index));
-      }
-      DeleteFileW(path.c_str());
-      if (file % 100 == 0) EmptyCache();
-    }
-    functions.Exit();
-    return icons;
+    const std::wstring program = folder_.CopyFrom(L"source.exe", FixtureProgram(L"emptyApp"));
+    folder_.WriteLink(L"Fuzz.lnk", program, {.iconLocation = folder_ / L"fuzz.ico"});
+    sources_[0] = {IcoFile(images), 0, 6 + 16 * images.size() + 40};
+    sources_[1] = ProgramSource(program, images);
+    Feed(100);  // the platform keeps what a first use loads
+    const ResourceCounts before = ResourceCounts::Now();
+    const std::uint64_t icons = Feed(files);
+    const ResourceCounts growth = ResourceCounts::Now() - before;
+    std::cout << files << " files, " << icons << " icons; growth: " << PrintToString(growth) << '\n';
+    // The files are not all damaged beyond use.
+    EXPECT_GT(icons, static_cast<std::uint64_t>(files) * images.size() / 4);
+    return growth;
   }
 
  private:
-  // Wine reads a whole folder to find that a file is not in it.
-  void EmptyCache() const {
-    for (const auto& entry : std::filesystem::directory_iterator(folder_ / L"cache")) {
-      std::filesystem::remove(entry);
+  /// How many icons the library found in as many mutated files.
+  std::uint64_t Feed(int files) {
+    const QuarryHost host(false, nullptr);
+    std::uint64_t icons = 0;
+    for (int file = 0; file < files; ++file) {
+      const bool isProgram = file % 2 != 0;
+      const bool inHeader = file % 8 == 1;
+      const Source& source = sources_[isProgram ? 1 : 0];
+      // Wine keeps an image mapped whose sections cover its own header, so each program has a name of its own.
+      const std::wstring name = isProgram ? L"fuzz" + std::to_wstring(++programs_) + L".exe" : L"fuzz.ico";
+      const std::wstring path =
+          folder_.WriteBytes(name, inHeader ? mutator_.Mutate(source.bytes, 0, 1024)
+                                            : mutator_.Mutate(source.bytes, source.tablesStart, source.tablesEnd));
+      const ApplicationRecord app = host.GetApplication(isProgram ? path : folder_ / L"Fuzz.lnk");
+      for (std::uint64_t index = 0; app != nullptr && index < app->iconCount; ++index, ++icons) {
+        host.GetApplicationIcon(*app, index);
+      }
+      DeleteFileW(path.c_str());
+      // Wine reads a whole folder to find that a file is not in it.
+      if (file % 100 == 0) std::filesystem::remove_all(folder_ / L"cache"), folder_.MakeFolder(L"cache");
     }
+    return icons;
   }
 
   const TemporaryFolder folder_{L"quarryFuzz"};
   const RegistryFixture settings_{kSettingsKey};
-  const std::wstring linkPath_ = folder_ / L"Fuzz.lnk";
-  const Source ico_;
-  const Source program_;
+  Source sources_[2];
   Mutator mutator_;
   int programs_ = 0;
 };
@@ -144,46 +125,19 @@ IconImage PngImage() {
                          0x3D, 0x1D, 0,    0,    0,    0,    'I',  'E',  'N', 'D', 0xAE, 0x42, 0x60, 0x82}};
 }
 
-ResourceGrowth Fuzz(const std::vector<IconImage>& images, int files) {
-  Feeder feeder(images);
-  feeder.Feed(300);  // the platform keeps what a first use loads
-  const ResourceCounts before = ResourceCounts::Now();
-  const auto start = std::chrono::steady_clock::now();
-  const std::uint64_t icons = feeder.Feed(files);
-  const auto spent = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  const ResourceGrowth growth = ResourceCounts::Now() - before;
-  std::cout << files << " files, " << icons << " icons, " << spent << " s; growth: " << growth.handles << " handles, "
-            << growth.gdiObjects << " GDI objects, " << growth.heapBytes << " bytes\n";
-  // The files are not all damaged beyond use.
-  EXPECT_GT(icons, static_cast<std::uint64_t>(files) * images.size() / 4);
-  EXPECT_EQ(growth.handles, 0);
-  EXPECT_EQ(growth.gdiObjects, 0);
-  return growth;
-}
-
-TEST(IconFuzz, MutatedFilesNeitherCrashNorHangNorLeak) {
-  const std::vector<IconImage> images = {MakeImage(16, 16, 4), MakeImage(16, 16, 8), MakeImage(24, 24, 24),
+TEST_F(IconFuzz, MutatedFilesNeitherCrashNorHangNorLeak) {
+  const std::vector<IconImage> images = {MakeImage(16, 16, 8), MakeImage(16, 16, 24), MakeImage(24, 24, 8),
                                          MakeImage(32, 32, 32)};
-  EXPECT_LT(Fuzz(images, g_files / 5 * 4).heapBytes, 65536);
+  const ResourceCounts growth = Fuzz(images, Rounds(400, 8'000));
+  EXPECT_EQ(growth, (ResourceCounts{0, 0, growth.heapBytes}));
+  EXPECT_LT(growth.heapBytes, 65536);
 }
 
 // Wine (8.0) keeps the memory of a PNG image whose stream breaks off, so only the objects are counted.
-TEST(IconFuzz, MutatedPngImagesNeitherCrashNorHangNorLeakObjects) {
-  Fuzz({MakeImage(16, 16, 32), PngImage()}, g_files / 5);
+TEST_F(IconFuzz, MutatedPngImagesNeitherCrashNorHangNorLeakObjects) {
+  const ResourceCounts growth = Fuzz({MakeImage(16, 16, 32), PngImage()}, Rounds(100, 2'000));
+  EXPECT_EQ(growth, (ResourceCounts{0, 0, growth.heapBytes}));
 }
 
 }  // namespace
-
-void SetFileCount(int files) { g_files = files; }
-
 }  // namespace quarry::test
-
-int main(int argc, char** argv) {
-  testing::InitGoogleTest(&argc, argv);
-  for (int index = 1; index < argc; ++index) {
-    const std::string_view argument(argv[index]);
-    constexpr std::string_view kFiles = "--files=";
-    if (argument.starts_with(kFiles)) quarry::test::SetFileCount(std::atoi(argument.substr(kFiles.size()).data()));
-  }
-  return RUN_ALL_TESTS();
-}

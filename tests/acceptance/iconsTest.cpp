@@ -2,29 +2,15 @@
 
 #include "quarry/icons/gdiPlus.h"
 #include "quarry/icons/hash.h"
+#include "quarry/icons/imageHeader.h"
 
 #include "lib/misc/fileBytes.h"
-#include "lib/misc/platformHandles.h"
-#include "lib/string/str.h"
-#include "lib/unicode/unicode.h"
 
+#include "tests/support/hostTest.h"
 #include "tests/support/iconImages.h"
-#include "tests/support/processOutput.h"
-#include "tests/support/quarryHost.h"
-#include "tests/support/registryFixture.h"
-#include "tests/support/resourceCounts.h"
-#include "tests/support/shortcut.h"
-#include "tests/support/temporaryFolder.h"
-#include "tests/support/versionedExecutable.h"
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <array>
-#include <chrono>
-#include <filesystem>
-#include <optional>
-#include <thread>
+#include <cstring>
+#include <future>
 #include <tuple>
 
 namespace quarry::test {
@@ -32,11 +18,6 @@ namespace {
 
 namespace fs = std::filesystem;
 namespace Flat = Gdiplus::DllExports;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
-using Bytes = std::vector<std::uint8_t>;
 using Sizes = std::vector<std::pair<std::int64_t, std::int64_t>>;
 
 /// A decoded PNG file: rows from top to bottom, 0xAARRGGBB.
@@ -44,12 +25,10 @@ std::vector<std::uint32_t> DecodePng(const std::wstring& path) {
   UniqueGdiPlus gdiPlus;
   const Gdiplus::GdiplusStartupInput input;
   UniqueGdiPlusBitmap bitmap;
-  if (Gdiplus::GdiplusStartup(gdiPlus.put(), &input, nullptr) != Gdiplus::Ok ||
-      Flat::GdipCreateBitmapFromFile(path.c_str(), bitmap.put()) != Gdiplus::Ok) {
-    return {};
-  }
   UINT width = 0;
   UINT height = 0;
+  Gdiplus::GdiplusStartup(gdiPlus.put(), &input, nullptr);
+  Flat::GdipCreateBitmapFromFile(path.c_str(), bitmap.put());
   Flat::GdipGetImageWidth(bitmap.get(), &width);
   Flat::GdipGetImageHeight(bitmap.get(), &height);
   std::vector<std::uint32_t> pixels(std::size_t{width} * height);
@@ -65,25 +44,19 @@ std::wstring NameOf(const IconImage& image) {
   return Hash::MD5({reinterpret_cast<const std::uint8_t*>(image.picture.data()), image.picture.size() * 4});
 }
 
-bool HasLine(std::wstring_view part) { return !HostLog::Holding(part).empty(); }
+bool HasLine(std::wstring_view part) { return HostLog::CountHolding(part) != 0; }
 
-class Icons : public testing::Test {
+class Icons : public Test {
  protected:
   Icons() { settings_.SetString(L"", L"IconCacheDir", cache_); }
 
   std::wstring Program(const std::wstring& name, const std::vector<IconImage>& images, int count = -1) const {
-    std::wstring path = folder_ / (name + L".exe");
-    EXPECT_TRUE(WriteExecutable(path));
-    EXPECT_TRUE(images.empty() || PutIconGroup(path, MAKEINTRESOURCEW(1), images, 1, count));
+    std::wstring path = folder_.CopyFrom(name + L".exe", target_);
+    PutIconGroup(path, MAKEINTRESOURCEW(1), images, 1, count);
     return path;
   }
   std::wstring Link(const std::optional<std::wstring>& iconLocation, int index = 0) const {
-    const Shortcut shortcut{folder_ / L"Link.lnk", target_, {}, {}, {}, iconLocation, index};
-    EXPECT_TRUE(WriteShortcut(shortcut));
-    return shortcut.linkPath;
-  }
-  static ProcessOutput RunTool(const std::vector<std::wstring>& arguments) {
-    return RunProgram((BinFolder() / L"quarryctl.exe").wstring(), arguments).value_or(ProcessOutput{99, {}, {}});
+    return folder_.WriteLink(L"Link.lnk", target_, {.iconLocation = iconLocation, .iconIndex = index});
   }
   static std::vector<IconRecord> IconsOf(const QuarryHost& host, const std::wstring& path) {
     HostLog::Clear();
@@ -104,8 +77,8 @@ class Icons : public testing::Test {
   std::wstring PathOf(const IconImage& image) const {
     return Str_FormatWide(L"%s\\%s-%d-%d.png", cache_.c_str(), NameOf(image).c_str(), image.width, image.height);
   }
-  std::vector<std::wstring> CacheFiles() const {
-    std::vector<std::wstring> names;
+  Names CacheFiles() const {
+    Names names;
     for (const auto& entry : fs::directory_iterator(cache_)) names.push_back(entry.path().filename().wstring());
     return names;
   }
@@ -122,7 +95,7 @@ TEST_F(Icons, AnApplicationHasTheBestImageOfEachSizeWithItsPixels) {
   const IconImage large = MakeImage(256, 256, 32);
   const IconImage first = MakeImage(48, 48, 32, 1);
   const std::vector<IconImage> images = {
-      MakeImage(16, 16, 4), MakeImage(16, 16, 8), medium, first, MakeImage(48, 48, 32, 2), small, large};
+      MakeImage(16, 16, 8), MakeImage(16, 16, 24), medium, first, MakeImage(48, 48, 32, 2), small, large};
   const QuarryHost host;
   const std::vector<IconRecord> icons = IconsOf(host, Program(L"seven", images));
   for (const wchar_t* const line : {L"Found 7 icons in the executable\n", L"Found icon 256 x 256 x 32\n",
@@ -149,13 +122,11 @@ TEST_F(Icons, AnApplicationHasTheBestImageOfEachSizeWithItsPixels) {
 
 TEST_F(Icons, ImagesWithoutAlphaKeepColorsAndMask) {
   const QuarryHost host;
-  for (const auto& [width, height, bitCount] :
-       {std::tuple(32, 32, 4), {32, 32, 8}, {32, 32, 24}, {16, 24, 4}, {16, 24, 8}, {24, 16, 8}}) {
+  for (const auto& [width, height, bitCount] : {std::tuple(32u, 32u, 8), {32, 32, 24}, {16, 24, 24}, {24, 16, 8}}) {
     SCOPED_TRACE(testing::Message() << width << 'x' << height << 'x' << bitCount);
     const IconImage image = MakeImage(width, height, bitCount);
     const std::vector<IconRecord> icons = IconsOf(host, Program(L"bits", {image}));
-    ASSERT_THAT(icons, SizeIs(1));
-    ASSERT_NE(icons[0], nullptr);
+    ASSERT_TRUE(icons.size() == 1 && icons[0] != nullptr);
     EXPECT_EQ(DecodePng(icons[0]->path), image.picture);
   }
 }
@@ -194,13 +165,15 @@ TEST_F(Icons, ThePictureOfTwoProgramsIsStoredOnceAndReadBackLater) {
   EXPECT_TRUE(fs::exists(path));
 }
 
-TEST_F(Icons, IconFilesAreReadByTheirDirectory) {
+TEST_F(Icons, FilesAreReadByTheirKindAndTheirDirectory) {
   const std::vector<IconImage> two = {MakeImage(16, 16, 32), MakeImage(24, 24, 8)};
-  const std::vector<IconImage> hundred(100, MakeImage(16, 16, 4));
+  const std::vector<IconImage> hundred(100, MakeImage(16, 16, 8));
   Bytes cut = IcoFile(two);
   cut.resize(30);
   Bytes otherType = IcoFile(two);
   otherType[2] = 2;
+  Bytes otherStart = IcoFile(two);
+  otherStart[1] = 1;
   Bytes shortImage = IcoFile(two);
   shortImage[6 + 16 + 9] = 0;  // the second image's size falls below 256 bytes
   const struct {
@@ -211,18 +184,19 @@ TEST_F(Icons, IconFilesAreReadByTheirDirectory) {
   } kCases[] = {
       {L"two.ico", IcoFile(two), {{16, 16}, {24, 24}}, L"Found 2 icons in the icon file\n"},
       {L"two", IcoFile(two), {{16, 16}, {24, 24}}, L"two appears to be ICO format\n"},
-      {L"text", {'t', 'e', 'x', 't'}, {}, L"text - EXE assumed\n"},
+      {L"three", {0, 0, 1}, {}, L"three - EXE assumed\n"},
+      {L"panel.cpl", ReadWholeFile(Program(L"two", two)).value_or(Bytes()), {{16, 16}, {24, 24}}, L"Found 2 icons in"},
       {L"two.ICO", IcoFile(two), {}, L"Don't know how to mine icons from ICO file\n"},
       {L"hundred.ico", IcoFile(hundred), {{16, 16}}, L"Miner found 100 icons\n"},
       {L"more.ico", IcoFile(hundred, 101), {}, L"more.ico contains corrupt icon directory (not an ico file?)\n"},
       {L"cursor.ico", otherType, {}, L"cursor.ico contains corrupt icon directory (not an ico file?)\n"},
+      {L"start.ico", otherStart, {}, L"start.ico contains corrupt icon directory (not an ico file?)\n"},
       {L"none.ico", IcoFile(two, 0), {}, L"Failed to initialize IconMiner\n"},
       {L"short.ico", {0, 0, 1, 0, 1, 0}, {}, L"Failed to read icon directory from "},
       {L"cut.ico", cut, {}, L"ReadFile failed err="},
-      {L"empty.ico", {}, {}, L"Failed to read icon directory from "},
       {L"size.ico", shortImage, {{16, 16}}, L"Failed to load 24x24 icon, error = 13\n"},  // ERROR_INVALID_DATA
       // 256 pixels are 0 in the directory of a file and left out.
-      {L"large.ico", IcoFile(std::vector{MakeImage(256, 256, 32), two[0]}), {{16, 16}}, L"Reduced to 1 uniquely"},
+      {L"large.ico", IcoFile({MakeImage(256, 256, 32), two[0]}), {{16, 16}}, L"Reduced to 1 uniquely"},
       // An image that is not where the directory says leaves its size out.
       {L"nowhere.ico", IcoFile(two, 3), {{16, 16}, {24, 24}}, L"Found 3 icons in the icon file\n"},
   };
@@ -238,6 +212,50 @@ TEST_F(Icons, IconFilesAreReadByTheirDirectory) {
   EXPECT_EQ(HostLog::Count(0, L"Failed to load file, error 2\n"), 1u);
 }
 
+TEST(ImageHeader, IsTakenWithinItsBounds) {
+  constexpr DWORD kMasks = BI_BITFIELDS;
+  const struct {
+    BITMAPINFOHEADER header;  // size, width, height of picture and mask, planes, bits, compression, 3 unused, colours
+    std::uint64_t size;
+    bool plausible;
+  } kBitmaps[] = {
+      {{40, 16, 32, 1, 32, BI_RGB, 0, 0, 0, 0, 0}, 40 + 1024, true},
+      {{40, 16, 32, 1, 32, BI_RGB, 0, 0, 0, 0, 0}, 39 + 1024, false},
+      {{39, 16, 32, 1, 32, BI_RGB, 0, 0, 0, 0, 0}, 9999, false},
+      {{124, 16, 32, 1, 32, kMasks, 0, 0, 0, 0, 0}, 124 + 1024, true},
+      {{125, 16, 32, 1, 32, kMasks, 0, 0, 0, 0, 0}, 9999, false},
+      {{40, 16, 32, 1, 32, kMasks, 0, 0, 0, 0, 0}, 40 + 12 + 1024, true},
+      {{40, 16, 32, 1, 32, kMasks, 0, 0, 0, 0, 0}, 39 + 12 + 1024, false},
+      {{40, 16, 32, 1, 8, BI_RLE8, 0, 0, 0, 0, 0}, 9999, false},
+      {{40, 1024, 2048, 1, 1, BI_RGB, 0, 0, 0, 0, 0}, 40 + 8 + 1024 * 128, true},
+      {{40, 1024, 2048, 1, 1, BI_RGB, 0, 0, 0, 0, 0}, 39 + 8 + 1024 * 128, false},
+      {{40, 1025, 2048, 1, 1, BI_RGB, 0, 0, 0, 0, 0}, 9'999'999, false},
+      {{40, 1024, 2050, 1, 1, BI_RGB, 0, 0, 0, 0, 0}, 9'999'999, false},
+      {{40, 0, 2, 1, 1, BI_RGB, 0, 0, 0, 0, 0}, 9999, false},
+      {{40, 1, 1, 1, 1, BI_RGB, 0, 0, 0, 0, 0}, 9999, false},
+      {{40, 1, 2, 1, 2, BI_RGB, 0, 0, 0, 0, 0}, 9999, false},
+      {{40, 3, 2, 1, 8, BI_RGB, 0, 0, 0, 0, 0}, 40 + 256 * 4 + 4, true},
+      {{40, 3, 2, 1, 8, BI_RGB, 0, 0, 0, 16, 0}, 40 + 16 * 4 + 4, true},
+      {{40, 3, 2, 1, 8, BI_RGB, 0, 0, 0, 17, 0}, 40 + 16 * 4 + 4, false},
+      {{40, 2, 2, 1, 16, BI_RGB, 0, 0, 0, 1'000'000, 0}, 9999, false},
+  };
+  for (const auto& [header, size, plausible] : kBitmaps) {
+    const auto* const start = reinterpret_cast<const std::uint8_t*>(&header);
+    EXPECT_EQ(IsPlausibleImage({start, sizeof(header)}, size), plausible) << PrintToString(header) << size;
+    EXPECT_FALSE(IsPlausibleImage({start, sizeof(header) - 1}, size));
+  }
+  Bytes png = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 0, 0, 0, 13, 'I', 'H', 'D', 'R', 0, 0, 4, 0, 0, 0, 4, 0};
+  EXPECT_TRUE(IsPlausibleImage(png, 24));
+  EXPECT_FALSE(IsPlausibleImage({png.data(), 23}, 23));
+  for (const std::size_t last : {19, 23}) {
+    for (const std::size_t byte : {last - 3, last}) {  // enormous, and one too many
+      ++png[byte];
+      EXPECT_FALSE(IsPlausibleImage(png, 24)) << byte;
+      --png[byte];
+    }
+  }
+}
+
 // Whoever opens the pipe for reading waits for a writer that never comes.
 TEST_F(Icons, AnIconThatIsAPipeIsRefused) {
   const QuarryHost host;
@@ -251,14 +269,12 @@ TEST_F(Icons, AnIconThatIsAPipeIsRefused) {
 }
 
 TEST_F(Icons, AnIndexPicksTheGroupByPositionOrByNumber) {
-  const std::wstring module = folder_ / L"groups.dll";
-  ASSERT_TRUE(WriteExecutable(module));
-  ASSERT_TRUE(PutIconGroup(module, MAKEINTRESOURCEW(7), std::vector{MakeImage(17, 17, 32)}, 20));
-  ASSERT_TRUE(PutIconGroup(module, MAKEINTRESOURCEW(5), std::vector{MakeImage(15, 15, 32)}, 10));
-  ASSERT_TRUE(PutIconGroup(module, L"NAMED", std::vector{MakeImage(30, 30, 32)}, 30));
+  const std::wstring module = folder_.CopyFrom(L"groups.dll", target_);
+  PutIconGroup(module, MAKEINTRESOURCEW(7), {MakeImage(17, 17, 32)}, 20);
+  PutIconGroup(module, MAKEINTRESOURCEW(5), {MakeImage(15, 15, 32)}, 10);
+  PutIconGroup(module, L"NAMED", {MakeImage(30, 30, 32)}, 30);
   // Enumeration has names before numbers (PE Format, "The .rsrc Section").
-  const std::pair<int, int> kCases[] = {{0, 30},      {1, 15}, {2, 17}, {-5, 15},     {-7, 17},
-                                        {-65541, 15}, {3, 0},  {-6, 0}, {INT_MAX, 0}, {INT_MIN, 0}};
+  const std::pair<int, int> kCases[] = {{0, 30}, {1, 15}, {2, 17}, {-5, 15}, {-65541, 15}, {3, 0}, {INT_MIN, 0}};
   const QuarryHost host;
   for (const auto& [index, size] : kCases) {
     SCOPED_TRACE(index);
@@ -268,8 +284,8 @@ TEST_F(Icons, AnIndexPicksTheGroupByPositionOrByNumber) {
 }
 
 TEST_F(Icons, AShortcutTellsWhereItsIconsAre) {
-  const std::wstring icon = folder_.WriteBytes(L"own.ico", IcoFile(std::vector{MakeImage(20, 20, 32)}));
-  const std::wstring other = folder_.WriteBytes(L"inner.ico", IcoFile(std::vector{MakeImage(40, 40, 32)}));
+  const std::wstring icon = folder_.WriteBytes(L"own.ico", IcoFile({MakeImage(20, 20, 32)}));
+  const std::wstring other = folder_.WriteBytes(L"inner.ico", IcoFile({MakeImage(40, 40, 32)}));
   const auto saidOnce = [](const std::wstring& text) {
     return HostLog::Count(2, L"Shortcut \"Link.lnk\": " + text + L'\n') == 1;
   };
@@ -281,19 +297,18 @@ TEST_F(Icons, AShortcutTellsWhereItsIconsAre) {
   EXPECT_TRUE(saidOnce(L"extracted 1 icons from icon file"));
   SetEnvironmentVariableW(L"QUARRY_TEST_ICONS", nullptr);
 
-  ASSERT_TRUE(PutIconGroup(target_, MAKEINTRESOURCEW(1), std::vector{MakeImage(17, 17, 32)}, 1));
+  PutIconGroup(target_, MAKEINTRESOURCEW(1), {MakeImage(17, 17, 32)});
   EXPECT_EQ(SizesOf(host, Link(L"")), (Sizes{{17, 17}}));
   EXPECT_TRUE(saidOnce(L"no icon file"));
   EXPECT_TRUE(saidOnce(L"getting icons from target \"" + target_ + L'"'));
   EXPECT_TRUE(saidOnce(L"extracted 1 icons from target"));
 
   // The inner link is loaded into the same shell object; the outer one's icon counts.
-  const Shortcut outer{folder_ / L"Outer.lnk", Link(other), {}, {}, {}, icon, 0};
-  ASSERT_TRUE(WriteShortcut(outer));
-  EXPECT_EQ(SizesOf(host, outer.linkPath), (Sizes{{20, 20}}));
+  const std::wstring outer = folder_.WriteLink(L"Outer.lnk", Link(other), {.iconLocation = icon});
+  EXPECT_EQ(SizesOf(host, outer), (Sizes{{20, 20}}));
   EXPECT_FALSE(HasLine(L"inner.ico"));
   HostLog::Clear();
-  EXPECT_EQ(host->VerifyApplication(outer.linkPath.c_str()), 1);
+  EXPECT_EQ(host->VerifyApplication(outer.c_str()), 1);
   EXPECT_FALSE(HasLine(L"icons"));
 }
 
@@ -311,7 +326,7 @@ TEST_F(Icons, AScriptHasTheIconOfItsKindForWhichTheShellIsAskedOnce) {
 TEST_F(Icons, AGroupOf65535EntriesIsMinedWithinBounds) {
   const IconImage image = MakeImage(16, 16, 32);
   std::vector<IconImage> sizes(0xFFFF);
-  for (int index = 0; index < 0xFFFF; ++index)
+  for (int index = 1; index < 0xFFFF; ++index)
     sizes[static_cast<std::size_t>(index)] = {index % 256, index / 256, 32, {}};
   sizes[0] = MakeImage(256, 256, 32);
   std::vector<IconImage> same(0xFFFF, IconImage{16, 16, 32, {}});
@@ -328,28 +343,17 @@ TEST_F(Icons, AGroupOf65535EntriesIsMinedWithinBounds) {
   };
   const QuarryHost host;
   for (const auto& [name, images, icons, line] : kCases) {
-    SCOPED_TRACE(fs::path(name).string());
-    const std::wstring path = Program(name, images, 0xFFFF);
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_THAT(SizesOf(host, path), SizeIs(icons));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    EXPECT_THAT(SizesOf(host, Program(name, images, 0xFFFF)), SizeIs(icons)) << name;
     EXPECT_EQ(HostLog::Count(3, L"Found 65535 icons in the executable\n"), 1u);
-    EXPECT_EQ(HostLog::Holding(L"Found icon ").size() < 0xFFFF, images.size() == 1);
+    EXPECT_EQ(HostLog::CountHolding(L"Found icon ") < 0xFFFF, images.size() == 1);
     EXPECT_TRUE(HasLine(line));
   }
 }
 
 TEST_F(Icons, AnImageThatLiesAboutItsSizeLeavesOutItsSizeOnly) {
-  const IconImage good = MakeImage(16, 16, 32);
-  IconImage broken = MakeImage(256, 256, 32);
-  broken.bytes = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 0, 0, 0, 13, 'I', 'H', 'D', 'R', 0xFF, 0xFF, 0xFF, 0xFF};
-  IconImage cut = MakeImage(24, 24, 32);
-  cut.bytes.resize(200);
   IconImage huge = MakeImage(28, 28, 32);
   huge.bytes[6] = huge.bytes[10] = 0xFF;  // in the header's width and height
-  IconImage colorful = MakeImage(30, 30, 8);
-  colorful.bytes[33] = 0xFF;  // in the header's number of colours
-  const std::wstring path = Program(L"lies", {broken, cut, huge, colorful, MakeImage(20, 20, 32), good});
+  const std::wstring path = Program(L"lies", {huge, MakeImage(20, 20, 32), MakeImage(16, 16, 32)});
   Bytes module = ReadWholeFile(path).value_or(Bytes());
   // The end of an entry in the tables of the resources: the size of the image of 20 pixels and two fields of zeros.
   const Bytes size = {0xB8, 0x06, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
@@ -359,14 +363,14 @@ TEST_F(Icons, AnImageThatLiesAboutItsSizeLeavesOutItsSizeOnly) {
   folder_.WriteBytes(L"lies.exe", module);
   const QuarryHost host;
   EXPECT_EQ(SizesOf(host, path), (Sizes{{16, 16}}));
-  EXPECT_THAT(HostLog::Holding(L" icon, error = 13\n"), SizeIs(5));
+  EXPECT_EQ(HostLog::CountHolding(L" icon, error = 13\n"), 2u);
 }
 
 TEST_F(Icons, AProgramThatCannotBeReadHasNoIcons) {
   const QuarryHost host;
   const std::wstring path = Program(L"locked", {MakeImage(16, 16, 32)});
   const UniqueFile lock(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-  for (const std::wstring& unreadable : {Program(L"bare", {}), path}) {
+  for (const std::wstring& unreadable : {target_, path}) {
     EXPECT_THAT(SizesOf(host, unreadable), IsEmpty());
     EXPECT_TRUE(HasLine(L"Failed to find RT_GROUP_ICON resource in " + unreadable));
     EXPECT_EQ(HostLog::Count(1, L"No IconMiner, therefore no icons for " + unreadable + L'\n'), 1u);
@@ -375,22 +379,32 @@ TEST_F(Icons, AProgramThatCannotBeReadHasNoIcons) {
 
 TEST_F(Icons, OnlyWellNamedFilesOfTheFolderAreReadBack) {
   const std::wstring digits(63, L'a');
-  const std::wstring good[] = {L"abc-16-24.png", digits + L"-1-2.png", L"abd-1-2x-3.png", L"abc-99-99.PNG"};
-  const std::wstring bad[] = {L"abc-x-16.png", L"ABC-16-16.png", digits + L"a-1-2.png", L"-1-2.png", L"ab--1-2.png"};
-  for (const std::wstring& name : good) folder_.WriteBytes(L"deep\\cache\\" + name, Bytes{1});
-  for (const std::wstring& name : bad) folder_.WriteBytes(L"deep\\cache\\" + name, Bytes{1});
+  const Names good = {L"abc-16-24.png", L"abc-99-99.PNG", digits + L"-1-2.png", L"abd-1-2x-3.png"};
+  const Names bad = {L"abc-x-16.png", L"ABC-16-16.png", digits + L"a-1-2.png", L"-1-2.png", L"ab--1-2.png"};
+  for (const Names& names : {good, bad}) {
+    for (const std::wstring& name : names) folder_.WriteBytes(L"deep\\cache\\" + name, {});
+  }
   folder_.MakeFolder(L"deep\\cache\\ace-1-1.png");
-  folder_.WriteBytes(L"deep\\cache\\ade-1-1.png.tmp", Bytes{1});
+  folder_.WriteBytes(L"deep\\cache\\ade-1-1.png.tmp", {});
   const QuarryHost host;
   for (const std::wstring& name : bad) {
     EXPECT_EQ(HostLog::Count(1, L"Badly formed PNG file name in " + cache_ + L": " + name + L" (skipped)\n"), 1u);
   }
   EXPECT_EQ(HostLog::Count(2, L"Read 3 icons from cache folder " + cache_ + L'\n'), 1u);
-  const std::pair<std::wstring, Sizes> kRecords[] = {{L"abd", {{1, 2}}}, {digits, {{1, 2}}}, {L"ace", {}}};
+  const Names files = CacheFiles();
+  const bool is16First =
+      std::find(files.begin(), files.end(), good[0]) < std::find(files.begin(), files.end(), good[1]);
+  const std::pair<std::wstring, Sizes> kRecords[] = {
+      {L"abc", is16First ? Sizes{{16, 24}} : Sizes{{99, 99}}}, {L"abd", {{1, 2}}}, {digits, {{1, 2}}}, {L"ace", {}}};
   for (const auto& [name, size] : kRecords) {
     const IconRecord icon(host->GetIcon(name.c_str()));
     EXPECT_EQ(icon ? (Sizes{{icon->width, icon->height}}) : Sizes(), size);
+    void* data = nullptr;
+    std::uint64_t bytes = 7;
+    EXPECT_EQ(host->GetIconData(name.c_str(), &data, &bytes), 0);  // an empty file has none
+    EXPECT_EQ(bytes, 0u);
   }
+  EXPECT_FALSE(HasLine(L"Failed to read icon file "));
 }
 
 TEST_F(Icons, AFolderThatCannotBeMadeGivesWayToTheDefault) {
@@ -416,7 +430,7 @@ TEST_F(Icons, AFolderThatCannotBeMadeGivesWayToTheDefault) {
 }
 
 TEST_F(Icons, AnIconThatCannotBeStoredIsAnEmptyEntryAndLeavesNothingBehind) {
-  const std::wstring path = Program(L"unstored", {MakeImage(16, 16, 32), MakeImage(32, 32, 4)});
+  const std::wstring path = Program(L"unstored", {MakeImage(16, 16, 32), MakeImage(32, 32, 8)});
   // Gone, read-only (the kernel's own folder), and in truth a file, which this system takes for a folder.
   for (const std::wstring& folder : {cache_, std::wstring(L"Z:\\proc"), folder_.WriteText(L"file", L"")}) {
     SCOPED_TRACE(fs::path(folder).string());
@@ -427,77 +441,24 @@ TEST_F(Icons, AnIconThatCannotBeStoredIsAnEmptyEntryAndLeavesNothingBehind) {
               folder == folder_ / L"file");
     if (folder == cache_) fs::remove_all(cache_);
     EXPECT_EQ(SizesOf(host, path), (Sizes{{-1, -1}, {-1, -1}}));
-    EXPECT_THAT(HostLog::Holding(L"Failed to save PNG file " + folder), SizeIs(2));
-    const ResourceGrowth growth = GrowthOf([&] {
+    EXPECT_EQ(HostLog::CountHolding(L"Failed to save PNG file " + folder), 2u);
+    const auto mine = [&] {
       IconsOf(host, path);
       HostLog::Clear();
-    });
-    EXPECT_EQ(growth.handles, 0);
-    EXPECT_EQ(growth.gdiObjects, 0);
-    EXPECT_LT(growth.heapBytes, 4096);
+    };
+    EXPECT_EQ(GrowthOf(mine), ResourceCounts());
   }
 }
 
 TEST_F(Icons, TwoProcessesFillOneFolderTogether) {
   std::vector<IconImage> images;
-  for (int size = 8; size < 48; ++size) images.push_back(MakeImage(size, size, 32));
-  const std::wstring path = Program(L"shared", images);
-  ProcessOutput outputs[3];
-  std::vector<std::thread> threads;
-  for (ProcessOutput& output : outputs) threads.emplace_back([&] { output = RunTool({L"app", path}); });
-  for (std::thread& thread : threads) thread.join();
-  for (const ProcessOutput& output : outputs) {
-    EXPECT_EQ(output.exitCode, 0u);
-    EXPECT_EQ(output.err, "");
-  }
+  for (unsigned size = 8; size < 48; ++size) images.push_back(MakeImage(size, size, 32));
+  const Names arguments = {L"app", Program(L"shared", images)};
+  std::future<ProcessOutput> outputs[3];
+  for (auto& output : outputs) output = std::async(std::launch::async, RunProgram, L"quarryctl", arguments, L"");
+  for (auto& output : outputs) EXPECT_EQ(output.get().err, "");
   ASSERT_THAT(CacheFiles(), SizeIs(images.size()));
   for (const IconImage& image : images) EXPECT_EQ(DecodePng(PathOf(image)), image.picture);
-}
-
-TEST_F(Icons, TheClientShowsAndCopiesIcons) {
-  const IconImage image = MakeImage(20, 24, 32);
-  const std::wstring name = NameOf(image);
-  const std::string shown = Unicode_Utf8FromWide(name);
-  const std::wstring copy = folder_ / L"copy.png";
-  const struct {
-    std::vector<std::wstring> arguments;
-    std::uint32_t exitCode;
-    std::string out;
-    std::string err;
-  } kCases[] = {
-      {{L"app", Program(L"shown", {image}), L"--icons"}, 0, "20x24  " + shown, ""},
-      {{L"icon", name}, 0, shown, ""},
-      {{L"icon", name, L"-o", copy}, 0, "", ""},
-      {{L"icon", L"0123"}, 1, "", "no icon 0123"},
-      {{L"icon", name, L"-o", L""}, 2, "", "the file name is empty"},
-  };
-  for (const auto& [arguments, exitCode, out, err] : kCases) {
-    const ProcessOutput output = RunTool(arguments);
-    EXPECT_EQ(output.exitCode, exitCode);
-    EXPECT_THAT(output.out, HasSubstr(out));
-    EXPECT_THAT(output.err, HasSubstr(err));
-  }
-  EXPECT_EQ(DecodePng(copy), image.picture);
-}
-
-TEST_F(Icons, RealModulesAreWrittenInTheFirstPassOnly) {
-  std::vector<std::wstring> modules;
-  for (const wchar_t* const type : {L".exe", L".cpl", L".dll"}) {
-    for (const auto& entry : fs::directory_iterator(L"C:\\windows\\system32")) {
-      if (entry.path().extension() == type && modules.size() < 300) modules.push_back(entry.path().wstring());
-    }
-  }
-  const QuarryHost host;
-  for (const bool isFirst : {true, false}) {
-    std::size_t icons = 0;
-    std::size_t written = 0;
-    for (const std::wstring& module : modules) {
-      icons += SizesOf(host, module.ends_with(L".exe") ? module : Link(module)).size();
-      written += HostLog::Holding(L"Creating new PNG file").size();
-    }
-    EXPECT_GT(icons, 40u);
-    EXPECT_EQ(written, isFirst ? CacheFiles().size() : 0u);
-  }
 }
 
 }  // namespace

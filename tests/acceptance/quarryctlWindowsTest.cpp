@@ -1,43 +1,24 @@
 // quarryctl's windows and rules, in processes of their own.
 
-#include "tests/support/processOutput.h"
-#include "tests/support/quarryHost.h"
-#include "tests/support/temporaryFolder.h"
+#include "tests/support/hostTest.h"
 #include "tests/support/windowMaker.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <windows.h>
-
 #include <cstdio>
-#include <map>
 
 namespace quarry::test {
 namespace {
 
 using Json = nlohmann::ordered_json;
-using testing::AllOf;
-using testing::EndsWith;
-using testing::HasSubstr;
-using testing::Not;
-using testing::Pair;
-using testing::UnorderedElementsAre;
 
-ProcessOutput QuarryCtl(const std::vector<std::wstring>& arguments) {
-  const auto output = RunProgram((BinFolder() / L"quarryctl.exe").wstring(), arguments);
-  EXPECT_TRUE(output);
-  return output.value_or(ProcessOutput{});
-}
+ProcessOutput QuarryCtl(const Names& arguments) { return RunProgram(L"quarryctl", arguments); }
 
 TEST(QuarryCtlWindows, ListsAndExplains) {
   const WindowMaker maker({{L"Füße 漢字"},
                            {L"Small", L"QuarryTestWindow", WS_POPUP | WS_VISIBLE, 0, 1, 1},
                            {L"Min", L"QuarryTestWindow", WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_MINIMIZE}});
-  const std::string title =
-      "F\xC3\xBC\xC3\x9F"
-      "e \xE6\xBC\xA2\xE5\xAD\x97";
+  const std::string title = "Füße 漢字";
   const ProcessOutput table = QuarryCtl({L"windows"});
   EXPECT_EQ(table.exitCode, 0u);
   EXPECT_THAT(table.out, AllOf(HasSubstr("open       " + title + "  "), HasSubstr("minimized  Min "),
@@ -45,7 +26,7 @@ TEST(QuarryCtlWindows, ListsAndExplains) {
   EXPECT_EQ(table.err, "");
 
   // Of each of the maker's windows what `key` holds.
-  const auto ofEach = [](const std::vector<std::wstring>& arguments, const char* key) {
+  const auto ofEach = [](const Names& arguments, const char* key) {
     std::map<std::string, std::string> found;
     for (const Json& window : Json::parse(QuarryCtl(arguments).out)) {
       const bool isMakers = window["imagePath"].get<std::string>().ends_with("\\fixtures\\windowMaker.exe");
@@ -59,9 +40,8 @@ TEST(QuarryCtlWindows, ListsAndExplains) {
   auto decisions = ofEach({L"windows", L"--explain", L"--json"}, "decision");
   EXPECT_EQ(decisions["Min"], "\"Kept (attribute match)\"");
   EXPECT_EQ(decisions["Small"], "\"Skipped (window is too small)\"");
-  HKEY key = nullptr;
-  EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Velkor, Inc.\\Velkor Quarry", 0, KEY_READ, &key),
-            ERROR_FILE_NOT_FOUND);
+  UniqueRegistryKey key;
+  EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSettingsKey, 0, KEY_READ, key.put()), ERROR_FILE_NOT_FOUND);
   EXPECT_EQ(QuarryCtl({L"windows", L"--explain", L"--watch"}).exitCode, 2u);
 }
 
@@ -89,9 +69,7 @@ TEST(QuarryCtlRules, ChecksFilesWithTheLibrarysReader) {
   const auto write = [&](const wchar_t* name, const std::string& text) {
     return folder.WriteBytes(name, {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
   };
-  const std::wstring good = write(L"gut 漢.txt",
-                                  "\xEF\xBB\xBF"
-                                  "BeginRule\r\nclassname=A\r\ntype=menu\r\nEndRule\r\n");
+  const std::wstring good = write(L"gut 漢.txt", "\uFEFFBeginRule\r\nclassname=A\r\ntype=menu\r\nEndRule\r\n");
   const ProcessOutput clean = QuarryCtl({L"rules", L"check", good});
   EXPECT_EQ(clean.exitCode, 0u);
   EXPECT_THAT(clean.out, EndsWith(": 1 rule set, nothing to report\n"));

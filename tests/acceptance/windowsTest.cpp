@@ -1,71 +1,49 @@
 // The session's windows as a host sees them: windows of other processes, through quarry.dll, with the verbose window
 // log on for this whole process.
 
-#include "lib/misc/platformHandles.h"
-
-#include "tests/support/quarryHost.h"
-#include "tests/support/registryFixture.h"
-#include "tests/support/temporaryFolder.h"
+#include "tests/support/hostTest.h"
 #include "tests/support/windowMaker.h"
-
-#include <gmock/gmock.h>
-
-#include <windows.h>
 
 #include <sddl.h>
 
-#include <algorithm>
-#include <chrono>
 #include <fstream>
-#include <map>
-#include <optional>
 
 namespace quarry::test {
 namespace {
 
-using testing::ElementsAre;
-
 /// The library reads the switch of the verbose window log, and the Windows folder, once in a process.
-class ProcessSettings : public testing::Environment {
+class ProcessSettings : public Environment {
  public:
   void SetUp() override {
     settings_.emplace(kSettingsKey);
     settings_->SetString({}, L"VerboseWindowLogging", L"1");
     folder_.emplace(L"quarryWindows");
     ASSERT_TRUE(SetEnvironmentVariableW(L"windir", folder_->Path().c_str()));
-    for (const wchar_t* name : {L"explorer.exe", L"system32\\taskhostw.exe"}) {
-      folder_->CopyFrom(name, FixtureProgram(L"windowMaker"));
-    }
   }
   void TearDown() override {
     settings_.reset();
     folder_.reset();
   }
-  static std::wstring Program(const wchar_t* name) { return *folder_ / name; }
+  static std::wstring Program(const wchar_t* name) { return folder_->CopyFrom(name, FixtureProgram(L"windowMaker")); }
 
  private:
   std::optional<RegistryFixture> settings_;
   static inline std::optional<TemporaryFolder> folder_;
 };
 
-const auto* const kProcessSettings = testing::AddGlobalTestEnvironment(new ProcessSettings);  // GoogleTest deletes it
+const auto* const kProcessSettings = AddGlobalTestEnvironment(new ProcessSettings);  // GoogleTest deletes it
 
-std::size_t CountTitle(const WindowArray& windows, std::wstring_view title) {
-  return static_cast<std::size_t>(std::count_if(
-      windows.begin(), windows.end(), [title](const QuarryWindowInfo& window) { return window.title == title; }));
-}
-
-std::wstring Formatted(const wchar_t* format, auto... arguments) {
-  wchar_t text[2048];
-  return {text, static_cast<std::size_t>(_snwprintf(text, std::size(text), format, arguments...))};
+auto CountTitle(const WindowArray& windows, std::wstring_view title) {
+  return std::count_if(windows.begin(), windows.end(),
+                       [title](const QuarryWindowInfo& window) { return window.title == title; });
 }
 
 /// The lines on one window in the verbose window log, from the one that names it to the one that decides.
-std::vector<std::wstring> LinesOn(HWND window) {
+Names LinesOn(HWND window) {
   const std::vector<LogLine>& lines = HostLog::Lines();
-  auto line = std::find(lines.begin(), lines.end(), LogLine{3, Formatted(L"Found a window, handle %p...\n", window)});
-  std::vector<std::wstring> found;
-  for (; line != lines.end(); ++line) {
+  const LogLine first = {3, Str_FormatWide(L"Found a window, handle %p...\n", window)};
+  Names found;
+  for (auto line = std::find(lines.begin(), lines.end(), first); line != lines.end(); ++line) {
     found.push_back(line->text);
     if (line->text.starts_with(L"    Kept") || line->text.starts_with(L"    Skipped")) break;
   }
@@ -87,18 +65,17 @@ struct Case {
 void ExpectDecisions(const QuarryHost& host, const std::wstring& program, const std::vector<Case>& cases) {
   std::vector<WindowSpec> specs(cases.size());
   std::transform(cases.begin(), cases.end(), specs.begin(), [](const Case& one) { return one.window; });
-  const WindowMaker maker(program, specs);
+  const WindowMaker maker(specs, false, program);
   HostLog::Clear();
   std::multimap<std::wstring, int> listed;  // title and whether minimized
   for (const QuarryWindowInfo& window : host.GetOpenWindows()) {
-    if (window.imagePath != program) continue;
-    listed.emplace(window.title, window.isMinimized);
     EXPECT_EQ(window.isVisible, 1);
+    if (window.imagePath == program) listed.emplace(window.title, window.isMinimized);
   }
   std::multimap<std::wstring, int> expected;
   for (std::size_t index = 0; index < cases.size(); ++index) {
     const auto& [window, decision] = cases[index];
-    const std::vector<std::wstring> lines = LinesOn(maker.Windows()[index]);
+    const Names lines = LinesOn(maker.Window(index));
     EXPECT_EQ(lines.empty() ? L"" : lines.back(), L"    " + decision + L"\n") << index;
     if (decision.starts_with(L"Kept")) expected.emplace(window.title, (window.style & WS_MINIMIZE) != 0 ? 1 : 0);
   }
@@ -109,26 +86,27 @@ TEST(WindowManager, SkipsByTheFirstTestThatDecides) {
   const RegistryFixture rules(kFilterKey);
   rules.SetString({}, L"a", L"classname=QuarryBlocked;action=block");
   rules.SetString({}, L"b", L"classname=QuarryTip;type=tooltip;action=map");
-  rules.SetString({}, L"c", L"classname=QuarryMapped;action=map");
   const QuarryHost host;
   constexpr DWORD kBalloon = WS_EX_TRANSPARENT | WS_EX_LAYERED;
   constexpr DWORD kPopup = WS_POPUP | WS_VISIBLE;
   const std::wstring plain = WindowSpec().className;
   const std::wstring special = L"Skipped (special case)";
-  ExpectDecisions(host, FixtureProgram(L"windowMaker").wstring(),
+  const std::wstring small = L"Skipped (window is too small)";
+  ExpectDecisions(host, FixtureProgram(L"windowMaker"),
                   {
                       {{L"Plain"}},
                       {{L"Minimized", plain, WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_MINIMIZE}},
-                      {{L"Child", plain, WS_CHILD | WS_VISIBLE}, L"Skipped (child)"},
-                      {{L"Invisible", plain, WS_OVERLAPPEDWINDOW}, L"Skipped (visibility mismatch)"},
-                      {{L"Dot", plain, kPopup, 0, 1, 1}, L"Skipped (window is too small)"},
-                      {{L"Tall", plain, kPopup, 0, 1, 50}},
-                      {{L"Wide", plain, kPopup, 0, 50, 1}},
-                      {{L"Blocked", L"QuarryBlocked"}, L"Skipped (blocked by filter)"},
-                      {{L"Mapped", L"QuarryMapped"}},
-                      {{L"Balloon", plain, kPopup, kBalloon}, L"Skipped (transparent balloon window)"},
+                      {{L"Child", plain, WS_CHILD}, L"Skipped (child)"},
+                      {{L"Invisible", plain, WS_POPUP, 0, 1, 1}, L"Skipped (visibility mismatch)"},
+                      {{L"Dot", L"QuarryBlocked", kPopup, 0, 1, 1}, small},
+                      {{L"Tall", plain, kPopup, 0, 1, 2}},
+                      {{L"Wide", plain, kPopup, 0, 2, 1}},
+                      {{L"Two", plain, kPopup, 0, 2, 2}},
+                      {{L"Blocked", L"QuarryBlocked", kPopup, kBalloon}, L"Skipped (blocked by filter)"},
+                      {{L"Bar", L"Shell_TrayWnd", kPopup, kBalloon}, L"Skipped (transparent balloon window)"},
                       {{L"Tip", L"QuarryTip", kPopup, kBalloon}},
                       {{L"Layered", plain, kPopup, WS_EX_LAYERED}},
+                      {{L"Transparent", plain, kPopup, WS_EX_TRANSPARENT}},
                       {{L"Bar", L"Shell_TrayWnd"}, L"Skipped (taskbar window)"},
                       {{L"Bar2", L"Shell_SecondaryTrayWnd"}, L"Skipped (taskbar window)"},
                       {{L"NotABar", L"Shell_TrayWnd2"}},
@@ -136,7 +114,7 @@ TEST(WindowManager, SkipsByTheFirstTestThatDecides) {
                       {{L""}},
                   });
   ExpectDecisions(host, ProcessSettings::Program(L"explorer.exe"),
-                  {{{L""}, special}, {{L"Folder"}}, {{L"", plain, kPopup}}});
+                  {{{L"", plain, WS_CHILD | WS_BORDER}, special}, {{L"Folder"}}, {{L"", plain, kPopup}}});
   ExpectDecisions(
       host, ProcessSettings::Program(L"system32\\taskhostw.exe"),
       {{{L"TF_FloatingLangBar_WndTitle"}, special}, {{L"Input", L"CiceroUIWndFrame"}, special}, {{L"Task"}}});
@@ -145,30 +123,28 @@ TEST(WindowManager, SkipsByTheFirstTestThatDecides) {
 TEST(WindowManager, LogsEveryAttributeAndTheResult) {
   const QuarryHost host;
   const WindowMaker maker({{L"Attributes"}});
-  const HWND window = maker.Windows()[0];
+  const HWND window = maker.Window();
   RECT rectangle{};
   GetWindowRect(window, &rectangle);
   HostLog::Clear();
   const WindowArray windows = host.GetOpenWindows();
-  const std::wstring image = FixtureProgram(L"windowMaker").wstring();
-  EXPECT_THAT(
-      LinesOn(window),
-      ElementsAre(Formatted(L"Found a window, handle %p...\n", window), L"    title       = Attributes\n",
-                  L"    class       = QuarryTestWindow\n", L"    isVisible   = true\n", L"    isMinimized = false\n",
-                  L"    isChild     = false\n", L"    isCaptioned = true\n", L"    isPopup     = false\n",
-                  L"    isPopup2    = true\n", L"    isOverlap   = true\n", L"    imagePath   = " + image + L"\n",
-                  Formatted(L"    processId   = %d\n", maker.ProcessId()),
-                  Formatted(L"    windowRect  = {%d,%d,%d,%d}\n", rectangle.left, rectangle.top, rectangle.right,
-                            rectangle.bottom),
-                  Formatted(L"    dwStyle     = %ld\n", GetWindowLongW(window, GWL_STYLE)),
-                  Formatted(L"    dwExStyle   = %ld\n", GetWindowLongW(window, GWL_EXSTYLE)), L"    dwWinStatus = 0\n",
-                  L"    WS_DISABLED     = false\n", L"    WS_EX_APPWINDOW = false\n", L"    WS_EX_NOACTIVATE= false\n",
-                  L"    Kept (attribute match)\n"));
+  EXPECT_THAT(LinesOn(window),
+              ElementsAre(_, L"    title       = Attributes\n", L"    class       = QuarryTestWindow\n",
+                          L"    isVisible   = true\n", L"    isMinimized = false\n", L"    isChild     = false\n",
+                          L"    isCaptioned = true\n", L"    isPopup     = false\n", L"    isPopup2    = true\n",
+                          L"    isOverlap   = true\n", L"    imagePath   = " + FixtureProgram(L"windowMaker") + L"\n",
+                          Str_FormatWide(L"    processId   = %d\n", maker.ProcessId()),
+                          Str_FormatWide(L"    windowRect  = {%d,%d,%d,%d}\n", rectangle.left, rectangle.top,
+                                         rectangle.right, rectangle.bottom),
+                          Str_FormatWide(L"    dwStyle     = %ld\n", GetWindowLongW(window, GWL_STYLE)),
+                          Str_FormatWide(L"    dwExStyle   = %ld\n", GetWindowLongW(window, GWL_EXSTYLE)),
+                          L"    dwWinStatus = 0\n", L"    WS_DISABLED     = false\n", L"    WS_EX_APPWINDOW = false\n",
+                          L"    WS_EX_NOACTIVATE= false\n", L"    Kept (attribute match)\n"));
   EXPECT_EQ(HostLog::Lines().front(), (LogLine{3, L"Enumerating all windows...\n"}));
-  EXPECT_EQ(HostLog::Count(3, Formatted(L"Window enumeration results: %d\n", static_cast<int>(windows.size()))), 1u);
-  int number = 0;
-  for (const QuarryWindowInfo& listed : windows) {
-    const std::wstring line = Formatted(L"#%d title=\"%s\" image=\"%s\"\n", ++number, listed.title, listed.imagePath);
+  EXPECT_EQ(HostLog::Count(3, Str_FormatWide(L"Window enumeration results: %d\n", windows.size())), 1u);
+  for (int number = 0; const QuarryWindowInfo& listed : windows) {
+    const std::wstring line =
+        Str_FormatWide(L"#%d title=\"%s\" image=\"%s\"\n", ++number, listed.title, listed.imagePath);
     EXPECT_EQ(HostLog::Count(3, line), 1u) << line;
   }
 }
@@ -188,17 +164,18 @@ TEST(WindowManager, AddsOneDummyWindowForTheEvents) {
   for (const unsigned set : {0u, 1u, 2u, 3u}) {
     ASSERT_TRUE((set & 1) != 0 ? SetEvent(hidden.get()) : ResetEvent(hidden.get()));
     ASSERT_TRUE((set & 2) != 0 ? SetEvent(tray.get()) : ResetEvent(tray.get()));
-    HostLog::Clear();
-    const WindowArray windows = host.GetOpenWindows();
-    EXPECT_EQ(HostLog::Count(3, kHidden), set & 1);
-    EXPECT_EQ(HostLog::Count(3, kTray), set >> 1);
-    ASSERT_EQ(CountTitle(windows, L"Hidden Seamly window"), set != 0 ? 1u : 0u);
-    if (set == 0) continue;
-    const QuarryWindowInfo& dummy = windows[windows.size() - 1];
-    EXPECT_STREQ(dummy.title, L"Hidden Seamly window");
-    EXPECT_STREQ(dummy.imagePath, L"");
-    EXPECT_EQ(dummy.isVisible, 1);
-    EXPECT_EQ(dummy.isMinimized, 0);
+    for (int look = 0; look < 2; ++look) {  // an event stays set
+      HostLog::Clear();
+      const WindowArray windows = host.GetOpenWindows();
+      EXPECT_EQ(HostLog::Count(3, kHidden), set & 1);
+      EXPECT_EQ(HostLog::Count(3, kTray), set >> 1);
+      ASSERT_EQ(CountTitle(windows, L"Hidden Seamly window"), set != 0 ? 1 : 0);
+      if (set == 0) continue;
+      const QuarryWindowInfo& dummy = windows[windows.size() - 1];
+      EXPECT_STREQ(dummy.title, L"Hidden Seamly window");
+      EXPECT_STREQ(dummy.imagePath, L"");
+      EXPECT_EQ(std::pair(dummy.isVisible, dummy.isMinimized), std::pair(1, 0));
+    }
   }
 }
 
@@ -210,7 +187,7 @@ TEST(WindowManager, WorksWithoutItsEvents) {
   EXPECT_EQ(HostLog::Count(0, L"Failed to create hidden Seamly window event with error 0x00000006.\n"), 1u);
   EXPECT_EQ(HostLog::Count(0, L"Failed to create Seamly tray icons active event with error 0x00000006.\n"), 1u);
   const WindowMaker maker({{L"Still listed"}});
-  EXPECT_EQ(CountTitle(host.GetOpenWindows(), L"Still listed"), 1u);
+  EXPECT_EQ(CountTitle(host.GetOpenWindows(), L"Still listed"), 1);
 }
 
 TEST(WindowManager, CopesWithHungAndClosedProcessesAndItsOwn) {
@@ -222,21 +199,15 @@ TEST(WindowManager, CopesWithHungAndClosedProcessesAndItsOwn) {
   const UniqueWindow own(CreateWindowExW(0, L"STATIC", L"Own window", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 90, 90,
                                          nullptr, nullptr, nullptr, nullptr));
   const QuarryHost host;
-  const auto start = std::chrono::steady_clock::now();
-  const WindowArray windows = host.GetOpenWindows();
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+  const WindowArray windows = host.GetOpenWindows();  // and waits for nobody
   for (const std::wstring& listed : {title.substr(0, 512), std::wstring(L"Hung"), std::wstring(L"Closed process")}) {
-    EXPECT_EQ(CountTitle(windows, listed), 1u);
+    EXPECT_EQ(CountTitle(windows, listed), 1);
   }
-  EXPECT_EQ(CountTitle(windows, L"Own window"), 0u);
-  EXPECT_THAT(LinesOn(own.get()),
-              ElementsAre(Formatted(L"Found a window, handle %p...\n", own.get()), L"    Skipped (own process)\n"));
-  const std::vector<std::wstring> lines = LinesOn(closed.Windows()[0]);
-  ASSERT_GT(lines.size(), 13u);
-  EXPECT_EQ(lines[1], Formatted(L"OpenProcess failed, process=%ld, error=%ld\n", closed.ProcessId(), 5L));
-  EXPECT_EQ(lines[2], L"Failed to get window process data\n");
-  EXPECT_EQ(lines[12], L"    imagePath   = \n");
-  EXPECT_EQ(lines[13], L"    processId   = -1\n");
+  EXPECT_THAT(LinesOn(own.get()), ElementsAre(_, L"    Skipped (own process)\n"));
+  const Names lines = LinesOn(closed.Window());
+  EXPECT_THAT(lines, IsSupersetOf({Str_FormatWide(L"OpenProcess failed, process=%ld, error=5\n", closed.ProcessId()),
+                                   std::wstring(L"Failed to get window process data\n"),
+                                   std::wstring(L"    imagePath   = \n"), std::wstring(L"    processId   = -1\n")}));
 }
 
 void WriteRule(const std::filesystem::path& folder, const char* className) {
@@ -245,19 +216,22 @@ void WriteRule(const std::filesystem::path& folder, const char* className) {
 }
 
 TEST(WindowFilter, AppliesRuleFilesAheadOfRegistryRulesForAsLongAsTheFacadeLives) {
-  const WindowMaker maker({WindowSpec{L"One", L"QuarryOne"}, {L"Two", L"QuarryTwo"}, {L"Other"}});
+  const WindowMaker maker({{L"One", L"QuarryOne"}, {L"Two", L"QuarryTwo"}, {L"Other"}});
   const auto listed = [] {
     const QuarryHost host;
-    const WindowArray windows = host.GetOpenWindows();
+    auto* records = reinterpret_cast<QuarryWindowInfo*>(0x22);
+    std::uint64_t count = 4711;
+    host->GetOpenWindows(&records, &count);
+    EXPECT_EQ(records == nullptr, count == 0);
     std::wstring titles;
-    for (const wchar_t* title : {L"One", L"Two", L"Other"}) {
-      if (CountTitle(windows, title) == 1) titles += title;
-    }
+    for (const QuarryWindowInfo& window : std::span(records, count)) titles += window.title;
+    host->FreeWindows(records, count);
     return titles;
   };
   const std::filesystem::path machine = L"C:\\ProgramData\\Velkor";
   const std::filesystem::path beside = BinFolder() / L"tests" / L"Seamly Filters";
-  EXPECT_EQ(listed(), L"OneTwoOther");
+  const std::wstring all = listed();
+  EXPECT_NE(all, L"");
   {
     const RegistryFixture rules(kFilterKey);
     rules.SetString({}, L"all", L"action=block");
@@ -269,7 +243,7 @@ TEST(WindowFilter, AppliesRuleFilesAheadOfRegistryRulesForAsLongAsTheFacadeLives
     std::filesystem::remove_all(beside);
     EXPECT_EQ(listed(), L"");
   }
-  EXPECT_EQ(listed(), L"OneTwoOther");
+  EXPECT_EQ(listed(), all);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <cstdint>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -19,17 +18,18 @@ struct IconImage {
   std::vector<std::uint32_t> picture = {};
 };
 
-/// An image of the classic kind, whose picture depends on `variant`. The left half is opaque. The right half is
-/// transparent by the mask, and in an image of 32 bits, where the mask does not count, by alphas from 1 to 254.
-IconImage MakeImage(int width, int height, int bitCount, unsigned variant = 0);
+/// An image of the classic kind with 8, 24 or 32 bits a pixel, whose picture depends on `variant`. The left half is
+/// opaque. The right half is transparent by the mask, and in an image of 32 bits, where the mask does not count, by
+/// alphas from 1 to 254.
+IconImage MakeImage(unsigned width, unsigned height, int bitCount, unsigned variant = 0);
 
 /// An ICO file of these images. The directory tells `count` of them when that is not negative.
-std::vector<std::uint8_t> IcoFile(std::span<const IconImage> images, int count = -1);
+std::vector<std::uint8_t> IcoFile(const std::vector<IconImage>& images, int count = -1);
 
 /// Puts a group of icons into an executable, under a number (MAKEINTRESOURCEW) or a name. The images take the numbers
 /// from `firstId` on, where one without bytes is the first once more; the directory tells `count` of them when that is
 /// not negative.
-bool PutIconGroup(const std::wstring& path, LPCWSTR name, std::span<const IconImage> images, int firstId,
+void PutIconGroup(const std::wstring& path, LPCWSTR name, const std::vector<IconImage>& images, int firstId = 1,
                   int count = -1);
 
 }  // namespace quarry::test

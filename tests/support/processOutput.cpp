@@ -3,10 +3,10 @@
 #include "lib/misc/fileBytes.h"
 #include "lib/misc/platformHandles.h"
 
-#include <windows.h>
+#include "tests/support/quarryHost.h"
 
 #include <limits>
-#include <string_view>
+#include <stdexcept>
 
 namespace quarry::test {
 namespace {
@@ -16,9 +16,8 @@ constexpr DWORD kTimeLimitMs = 60'000;
 /// A file for the output of one program, removed when the last who has it open is gone. Not a pipe: what the platform
 /// starts in passing, such as the desktop's shell, can inherit that and keep its reader waiting.
 UniqueFile MakeOutputFile() {
-  wchar_t folder[MAX_PATH + 1] = {};
   wchar_t path[MAX_PATH] = {};
-  if (GetTempPathW(MAX_PATH + 1, folder) == 0 || GetTempFileNameW(folder, L"out", 0, path) == 0) return {};
+  GetTempFileNameW(std::filesystem::temp_directory_path().c_str(), L"out", 0, path);
   SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
   return UniqueFile(CreateFileW(path, GENERIC_READ | GENERIC_WRITE,
                                 FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &inherited, CREATE_ALWAYS,
@@ -42,40 +41,33 @@ std::wstring Quoted(std::wstring_view argument) {
   return result.append(backslashes, L'\\') + L'"';
 }
 
-UniqueKernelHandle Start(const std::wstring& program, const std::vector<std::wstring>& arguments,
-                         const std::wstring& folder, HANDLE out, HANDLE err) {
-  std::wstring commandLine = Quoted(program);
+}  // namespace
+
+ProcessOutput RunProgram(std::wstring_view name, const std::vector<std::wstring>& arguments,
+                         const std::wstring& folder) {
+  const UniqueFile out = MakeOutputFile();
+  const UniqueFile err = MakeOutputFile();
+  std::wstring commandLine = Quoted((BinFolder() / name).wstring() + L".exe");
   for (const std::wstring& argument : arguments) commandLine += L' ' + Quoted(argument);
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
   startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdOutput = out;
-  startup.hStdError = err;
-  PROCESS_INFORMATION process{};
-  if (!CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
-                      folder.empty() ? nullptr : folder.c_str(), &startup, &process)) {
-    return {};
+  startup.hStdOutput = out.get();
+  startup.hStdError = err.get();
+  PROCESS_INFORMATION information{};
+  if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
+                      folder.empty() ? nullptr : folder.c_str(), &startup, &information)) {
+    throw std::runtime_error("a program cannot be started");
   }
-  const UniqueKernelHandle thread(process.hThread);
-  return UniqueKernelHandle(process.hProcess);
-}
-
-}  // namespace
-
-std::optional<ProcessOutput> RunProgram(const std::wstring& program, const std::vector<std::wstring>& arguments,
-                                        const std::wstring& folder) {
-  const UniqueFile out = MakeOutputFile();
-  const UniqueFile err = MakeOutputFile();
-  if (!out || !err) return std::nullopt;
-  const UniqueKernelHandle process = Start(program, arguments, folder, out.get(), err.get());
-  if (!process) return std::nullopt;
+  const UniqueKernelHandle thread(information.hThread);
+  const UniqueKernelHandle process(information.hProcess);
   if (WaitForSingleObject(process.get(), kTimeLimitMs) != WAIT_OBJECT_0) {
     TerminateProcess(process.get(), ERROR_TIMEOUT);
-    return std::nullopt;
+    throw std::runtime_error("a program does not end");
   }
   DWORD exitCode = 0;
-  if (!GetExitCodeProcess(process.get(), &exitCode)) return std::nullopt;
-  return ProcessOutput{exitCode, TextOf(out.get()), TextOf(err.get())};
+  GetExitCodeProcess(process.get(), &exitCode);
+  return {exitCode, TextOf(out.get()), TextOf(err.get())};
 }
 
 }  // namespace quarry::test

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quarry::test {
@@ -14,10 +14,10 @@ struct ProcessOutput {
   std::string err;  ///< Bytes of its standard error.
 };
 
-/// Runs `program` (full path) with `arguments`, each handed over as one argument whatever it holds, in `folder` (empty:
-/// this process's), and waits for its end. Nothing when it cannot be started or has not ended after 60 s; it is then
-/// ended.
-std::optional<ProcessOutput> RunProgram(const std::wstring& program, const std::vector<std::wstring>& arguments,
-                                        const std::wstring& folder = {});
+/// Runs the program `name`.exe of the bin folder with `arguments`, each handed over as one argument whatever it holds,
+/// in `folder` (empty: this process's), and waits for its end. Throws when it cannot be started or has not ended after
+/// 60 s; it is then ended.
+ProcessOutput RunProgram(std::wstring_view name, const std::vector<std::wstring>& arguments = {},
+                         const std::wstring& folder = {});
 
 }  // namespace quarry::test

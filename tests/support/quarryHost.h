@@ -2,6 +2,8 @@
 
 #include <quarry/quarry.h>
 
+#include <windows.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -18,7 +20,7 @@ namespace quarry::test {
 /// The build's bin folder, found by this test's own place in bin/tests.
 std::filesystem::path BinFolder();
 /// Full path of the program `name`.exe of bin/fixtures.
-std::filesystem::path FixtureProgram(std::wstring_view name);
+std::wstring FixtureProgram(std::wstring_view name);
 
 /// One message as the host's callback received it.
 struct LogLine {
@@ -35,25 +37,25 @@ class HostLog {
   static void Clear();
   /// How many lines are exactly this one.
   static std::size_t Count(std::uint32_t level, std::wstring_view text);
-  /// The lines that hold `part`.
+  /// The lines that hold `part`, and how many they are.
   static std::vector<LogLine> Holding(std::wstring_view part);
+  static std::size_t CountHolding(std::wstring_view part) { return Holding(part).size(); }
   /// The callback, for tests that call Quarry_Init themselves.
   static void Record(std::uint32_t level, const wchar_t* message);
 };
+
+/// The names of the exports; behind Quarry_Init in the order of the function table.
+const std::vector<std::string>& ExportNames();
 
 /// quarry.dll, loaded once for the process as a host does and never unloaded. At the end of the test run it is exited
 /// and the run fails when its object counters tell of leaks.
 class Library {
  public:
-  static Library& Instance();
+  static const Library& Instance();
 
-  void* Module() const { return module_; }
-  /// An export by its name; null when there is none.
-  template <typename Function>
-  Function* Export(const char* name) const {
-    return reinterpret_cast<Function*>(Address(name));
-  }
-  void Init(QuarryLogFn log, std::uint32_t buildFileTypeDatabase, QuarryFunctions* table) const;
+  HMODULE Module() const { return module_; }
+  FARPROC Address(const std::string& name) const { return GetProcAddress(module_, name.c_str()); }
+  void Init(QuarryLogFn log, bool buildFileTypeDatabase, QuarryFunctions* table) const;
   /// Filled by name, so that it is there before Quarry_Init and after Quarry_Exit.
   const QuarryFunctions& Functions() const { return functions_; }
   /// What Quarry_ReportDebugInfo writes to the process's standard output.
@@ -61,10 +63,8 @@ class Library {
 
  private:
   Library();
-  void (*Address(const char* name) const)();
 
-  void* module_ = nullptr;
-  std::filesystem::path reportPath_;
+  HMODULE module_;
   QuarryFunctions functions_{};
 };
 
@@ -82,8 +82,7 @@ template <typename Record, auto Free>
 class RecordArray {
  public:
   RecordArray() = default;
-  RecordArray(RecordArray&& other) noexcept
-      : records_(std::exchange(other.records_, nullptr)), count_(std::exchange(other.count_, 0)) {}
+  RecordArray(RecordArray&& other) noexcept { *this = std::move(other); }
   RecordArray& operator=(RecordArray&& other) noexcept {
     std::swap(records_, other.records_);
     std::swap(count_, other.count_);
@@ -106,24 +105,40 @@ class RecordArray {
 using ApplicationArray = RecordArray<QuarryApplicationInfo, &QuarryFunctions::FreeApplications>;
 using WindowArray = RecordArray<QuarryWindowInfo, &QuarryFunctions::FreeWindows>;
 
-/// The library in use: initialised with the recording callback and a cleared log, exited at the end.
+/// The library in use: initialised with the recording callback, or another, and a cleared log; exited at the end.
 class QuarryHost {
  public:
-  explicit QuarryHost(bool buildFileTypeDatabase = false);
-  ~QuarryHost();
+  explicit QuarryHost(bool buildFileTypeDatabase = false, QuarryLogFn log = HostLog::Record) {
+    HostLog::Clear();
+    Library::Instance().Init(log, buildFileTypeDatabase, &functions_);
+  }
+  ~QuarryHost() { functions_.Exit(); }
   QuarryHost(const QuarryHost&) = delete;
   QuarryHost& operator=(const QuarryHost&) = delete;
 
   /// The table that Quarry_Init filled.
   const QuarryFunctions* operator->() const { return &functions_; }
 
-  ApplicationRecord GetApplication(const std::wstring& path) const;
-  IconRecord GetApplicationIcon(const QuarryApplicationInfo& app, std::uint64_t index) const;
-  ExtensionRecord GetRegisteredExtensions(const std::wstring& path) const;
-  /// Scans with the configured filters.
-  ApplicationArray Scan() const;
-  ApplicationArray ScanIni(const std::wstring& iniPath) const;
-  WindowArray GetOpenWindows() const;
+  ApplicationRecord GetApplication(const std::wstring& path) const {
+    return ApplicationRecord(functions_.GetApplication(path.c_str()));
+  }
+  IconRecord GetApplicationIcon(const QuarryApplicationInfo& app, std::uint64_t index) const {
+    return IconRecord(functions_.GetApplicationIcon(&app, index));
+  }
+  ExtensionRecord GetRegisteredExtensions(const std::wstring& path) const {
+    return ExtensionRecord(functions_.GetApplicationRegisteredExtensions(path.c_str()));
+  }
+  /// Scans with the INI file, or with the configured filters.
+  ApplicationArray Scan(const std::wstring& iniPath = {}) const {
+    ApplicationArray apps;
+    functions_.ScanApplicationsUsingIniFile(iniPath.c_str(), apps.put(), apps.putCount());
+    return apps;
+  }
+  WindowArray GetOpenWindows() const {
+    WindowArray windows;
+    functions_.GetOpenWindows(windows.put(), windows.putCount());
+    return windows;
+  }
 
  private:
   QuarryFunctions functions_{};

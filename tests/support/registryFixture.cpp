@@ -14,14 +14,12 @@ void Check(LSTATUS status, const char* what) {
   if (status != ERROR_SUCCESS) throw std::system_error(status, std::system_category(), what);
 }
 
-bool Exists(HKEY root, const std::wstring& path, REGSAM view) {
-  UniqueRegistryKey key;
-  return RegOpenKeyExW(root, path.c_str(), 0, KEY_QUERY_VALUE | view, key.put()) == ERROR_SUCCESS;
-}
-
+/// The topmost key of the path that is not there; the path itself when only that is missing.
 std::wstring TopmostMissing(HKEY root, const std::wstring& path, REGSAM view) {
   for (std::size_t end = path.find(L'\\'); end != std::wstring::npos; end = path.find(L'\\', end + 1)) {
-    if (!Exists(root, path.substr(0, end), view)) return path.substr(0, end);
+    UniqueRegistryKey key;
+    std::wstring parent = path.substr(0, end);
+    if (RegOpenKeyExW(root, parent.c_str(), 0, KEY_QUERY_VALUE | view, key.put()) != ERROR_SUCCESS) return parent;
   }
   return path;
 }
@@ -47,7 +45,7 @@ RegistryFixture::RegistryFixture(std::wstring path, HKEY root, REGSAM view)
     : root_(root), view_(view), path_(std::move(path)) {
   RemoveTree(root_, path_, view_);
   topmostMade_ = TopmostMissing(root_, path_, view_);
-  MakeKey(root_, path_, KEY_WRITE | view_);
+  MakeSubkey({});
 }
 
 RegistryFixture::~RegistryFixture() { RemoveTree(root_, topmostMade_, view_); }
@@ -81,11 +79,14 @@ void RegistryFixture::RemoveValue(std::wstring_view subkey, const std::wstring& 
 
 void RegistryFixture::RemoveSubkey(const std::wstring& subkey) const { RemoveTree(root_, PathOf(subkey), view_); }
 
+void RegistryFixture::Clear() const {
+  RemoveSubkey({});
+  MakeSubkey({});
+}
+
 void RegistryFixture::SetDacl(std::wstring_view subkey, const std::wstring& sddl) const {
   PSECURITY_DESCRIPTOR descriptor = nullptr;
-  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(sddl.c_str(), SDDL_REVISION_1, &descriptor, nullptr)) {
-    Check(static_cast<LSTATUS>(GetLastError()), "ConvertStringSecurityDescriptorToSecurityDescriptorW");
-  }
+  ConvertStringSecurityDescriptorToSecurityDescriptorW(sddl.c_str(), SDDL_REVISION_1, &descriptor, nullptr);
   const UniqueLocal<void> owner(descriptor);
   const UniqueRegistryKey key = MakeKey(root_, PathOf(subkey), WRITE_DAC | view_);
   Check(RegSetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, descriptor), "RegSetKeySecurity");

@@ -31,6 +31,8 @@ class RegistryFixture {
   void MakeSubkey(std::wstring_view subkey) const;
   void RemoveValue(std::wstring_view subkey, const std::wstring& name) const;
   void RemoveSubkey(const std::wstring& subkey) const;
+  /// Removes all values and subkeys.
+  void Clear() const;
   /// Replaces the DACL by that of a security descriptor string.
   void SetDacl(std::wstring_view subkey, const std::wstring& sddl) const;
 

@@ -9,12 +9,11 @@
 #include <sstream>
 
 namespace quarry::test {
-
 namespace {
 
 constexpr wchar_t kFileVariable[] = L"QUARRY_ECHO_FILE";
 constexpr ULONGLONG kLongestWait = 10'000;  // milliseconds
-constexpr DWORD kQuietMoment = 400;         // milliseconds
+constexpr DWORD kQuietMoment = 150;         // milliseconds
 constexpr DWORD kLookInterval = 10;         // milliseconds
 
 }  // namespace
@@ -42,18 +41,15 @@ std::vector<Start> StartedPrograms::Read() const {
 }
 
 std::vector<Start> StartedPrograms::Wait(std::size_t count) const {
-  const ULONGLONG begin = GetTickCount64();
+  const ULONGLONG end = GetTickCount64() + kLongestWait;
   std::vector<Start> starts = Read();
-  while (starts.size() < count && GetTickCount64() - begin < kLongestWait) {
-    Sleep(kLookInterval);
-    starts = Read();
-  }
+  for (; starts.size() < count && GetTickCount64() < end; starts = Read()) Sleep(kLookInterval);
   return starts;
 }
 
 std::vector<std::wstring> StartedPrograms::Take(std::size_t count) const {
-  std::size_t before = 0;
   std::vector<Start> starts = Wait(count);
+  std::size_t before = 0;
   do {
     before = starts.size();
     Sleep(kQuietMoment);
@@ -61,8 +57,7 @@ std::vector<std::wstring> StartedPrograms::Take(std::size_t count) const {
   } while (starts.size() != before);
   std::filesystem::remove(folder_ / L"starts.txt");
   std::vector<std::wstring> arguments;
-  arguments.reserve(starts.size());
-  for (const Start& start : starts) arguments.push_back(start.arguments);
+  for (Start& start : starts) arguments.push_back(std::move(start.arguments));
   std::sort(arguments.begin(), arguments.end());
   return arguments;
 }

@@ -7,7 +7,7 @@
 #include <fileapi.h>
 #include <sddl.h>
 
-#include <stdexcept>
+#include <algorithm>
 #include <system_error>
 
 namespace quarry::test {
@@ -19,12 +19,35 @@ namespace fs = std::filesystem;
   throw fs::filesystem_error(what, path, std::error_code(static_cast<int>(GetLastError()), std::system_category()));
 }
 
-bool Exists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
-
 void MakeFolders(const std::wstring& longPath) {
-  if (Exists(longPath)) return;
+  if (GetFileAttributesW(longPath.c_str()) != INVALID_FILE_ATTRIBUTES) return;
   MakeFolders(longPath.substr(0, longPath.rfind(L'\\')));
   if (!CreateDirectoryW(longPath.c_str(), nullptr)) Fail("CreateDirectoryW", longPath);
+}
+
+bool IsLink(const std::wstring& path) {
+  const DWORD attributes = GetFileAttributesW(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+/// The name of a path of drive C in the system below the Wine prefix, in quotes.
+std::wstring UnixName(std::wstring path) {
+  const wchar_t* const prefix = _wgetenv(L"QUARRY_WINEPREFIX");
+  std::replace(path.begin(), path.end(), L'\\', L'/');
+  return prefix == nullptr ? L"" : L'"' + (prefix + (L"/dosdevices/c:" + path.substr(path.find(L':') + 1))) + L'"';
+}
+
+/// Makes or removes a link. A Unix program has no process handle to wait for, so its effect is waited for.
+bool RunUnixProgram(const wchar_t* program, std::wstring command, const std::wstring& link, bool makes) {
+  STARTUPINFOW startup{};
+  startup.cb = sizeof(startup);
+  PROCESS_INFORMATION process{};
+  const BOOL started =
+      CreateProcessW(program, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process);
+  const UniqueKernelHandle processOwner(process.hProcess);
+  const UniqueKernelHandle threadOwner(process.hThread);
+  for (int tries = started ? 1'000 : 0; tries > 0 && IsLink(link) != makes; --tries) Sleep(10);
+  return IsLink(link) == makes;
 }
 
 /// By hand, because the runtime's own removal knows neither long paths nor reparse points that are not to be followed.
@@ -40,8 +63,9 @@ void RemoveTree(const std::wstring& longPath) {
     const bool isFolder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     if (!isFolder) {
       DeleteFileW(path.c_str());
-    } else if ((entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+    } else if (IsLink(path)) {
       RemoveDirectoryW(path.c_str());
+      if (IsLink(path)) RunUnixProgram(L"Z:\\bin\\rm", L"rm " + UnixName(path), path, false);
     } else {
       RemoveTree(path);
     }
@@ -103,6 +127,22 @@ std::wstring TemporaryFolder::CopyFrom(std::wstring_view relative, const fs::pat
   MakeFolders(LongPath(FolderOf(path)));
   if (!CopyFileW(source.c_str(), LongPath(path).c_str(), FALSE)) Fail("CopyFileW", path);
   return path;
+}
+
+bool TemporaryFolder::LinkFolder(std::wstring_view relative, const std::wstring& target) const {
+  constexpr DWORD kFlags = SYMBOLIC_LINK_FLAG_ALLOW_UNPRIVILEGED_CREATE | SYMBOLIC_LINK_FLAG_DIRECTORY;
+  const std::wstring path = *this / relative;
+  if (CreateSymbolicLinkW(path.c_str(), target.c_str(), kFlags) != FALSE && IsLink(path)) return true;
+  return RunUnixProgram(L"Z:\\bin\\ln", L"ln -s " + UnixName(target) + L' ' + UnixName(path), path, true);
+}
+
+std::wstring TemporaryFolder::WriteLink(std::wstring_view relative, const std::wstring& target,
+                                        linkmaker::Shortcut shortcut) const {
+  shortcut.linkPath = *this / relative;
+  shortcut.target = target;
+  MakeFolders(LongPath(FolderOf(shortcut.linkPath)));
+  if (!WriteShortcut(shortcut)) Fail("WriteShortcut", shortcut.linkPath);
+  return shortcut.linkPath;
 }
 
 }  // namespace quarry::test

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tools/linkMaker/shortcut.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <span>
@@ -29,6 +31,12 @@ class TemporaryFolder {
   /// UTF-16 with its byte-order mark.
   std::wstring WriteText(std::wstring_view relative, std::wstring_view text) const;
   std::wstring CopyFrom(std::wstring_view relative, const std::filesystem::path& source) const;
+  /// A symbolic link to a folder, made by way of the Unix system below where the Windows functions cannot. False when
+  /// this system lets nobody make one. Must be gone when the target goes: Wine shows no link that leads nowhere.
+  bool LinkFolder(std::wstring_view relative, const std::wstring& target) const;
+  /// A shortcut to `target`, with what else `shortcut` names.
+  std::wstring WriteLink(std::wstring_view relative, const std::wstring& target,
+                         linkmaker::Shortcut shortcut = {}) const;
 
  private:
   std::wstring path_;

@@ -1,9 +1,7 @@
 #include "tests/support/versionedExecutable.h"
 
-#include "tests/support/quarryHost.h"
-
 #include <algorithm>
-#include <cstring>
+#include <system_error>
 
 namespace quarry::test {
 namespace {
@@ -19,9 +17,8 @@ void Append(Bytes& bytes, const void* data, std::size_t size) {
 }
 
 Bytes TextBytes(const std::wstring& text) {
-  Bytes bytes;
-  Append(bytes, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
-  return bytes;
+  const auto* const first = reinterpret_cast<const std::uint8_t*>(text.c_str());
+  return {first, first + (text.size() + 1) * sizeof(wchar_t)};
 }
 
 /// Every node is: its length, its value's length (in characters for text), its type, its key, its value, its children.
@@ -66,21 +63,18 @@ Bytes VersionResourceBytes(const VersionResource& version) {
   return Node(L"VS_VERSION_INFO", kBinary, fixedBytes, parts);
 }
 
-bool WriteExecutable(const std::wstring& path) {
-  return CopyFileW(FixtureProgram(L"emptyApp").c_str(), path.c_str(), FALSE) != FALSE;
-}
-
-bool WriteVersionedExecutable(const std::wstring& path, std::span<const std::uint8_t> versionResource) {
-  return WriteExecutable(path) && PutResource(path, RT_VERSION, MAKEINTRESOURCEW(VS_VERSION_INFO), versionResource);
-}
-
-bool PutResource(const std::wstring& path, LPCWSTR type, LPCWSTR name, std::span<const std::uint8_t> bytes) {
+void PutResource(const std::wstring& path, LPCWSTR type, LPCWSTR name, std::span<const std::uint8_t> bytes) {
   const HANDLE update = BeginUpdateResourceW(path.c_str(), FALSE);
-  if (update == nullptr) return false;
   Bytes copy(bytes.begin(), bytes.end());
   const BOOL put = UpdateResourceW(update, type, name, MAKELANGID(LANG_NEUTRAL, SUBLANG_NEUTRAL), copy.data(),
                                    static_cast<DWORD>(copy.size()));
-  return EndUpdateResourceW(update, put == FALSE) != FALSE && put != FALSE;
+  if (EndUpdateResourceW(update, put == FALSE) == FALSE || put == FALSE) {
+    throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), "UpdateResourceW");
+  }
+}
+
+void PutVersion(const std::wstring& path, const VersionResource& version) {
+  PutResource(path, RT_VERSION, MAKEINTRESOURCEW(VS_VERSION_INFO), VersionResourceBytes(version));
 }
 
 }  // namespace quarry::test

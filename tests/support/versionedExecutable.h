@@ -30,11 +30,10 @@ struct VersionResource {
 /// The bytes of the resource (Microsoft Learn, VS_VERSIONINFO).
 std::vector<std::uint8_t> VersionResourceBytes(const VersionResource& version);
 
-/// Copies the fixture program without resources to `path`. These return false when the platform refuses.
-bool WriteExecutable(const std::wstring& path);
-/// The same with a version resource of these bytes.
-bool WriteVersionedExecutable(const std::wstring& path, std::span<const std::uint8_t> versionResource);
-/// Puts one resource into an executable, in the neutral language. `type` and `name` as for UpdateResourceW.
-bool PutResource(const std::wstring& path, LPCWSTR type, LPCWSTR name, std::span<const std::uint8_t> bytes);
+/// Puts one resource into an executable, in the neutral language. `type` and `name` as for UpdateResourceW. These throw
+/// std::system_error when the platform refuses.
+void PutResource(const std::wstring& path, LPCWSTR type, LPCWSTR name, std::span<const std::uint8_t> bytes);
+/// Puts a version resource into an executable.
+void PutVersion(const std::wstring& path, const VersionResource& version);
 
 }  // namespace quarry::test

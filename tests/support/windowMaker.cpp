@@ -1,30 +1,18 @@
 #include "tests/support/windowMaker.h"
 
-#include "tests/support/quarryHost.h"
-
 #include <sstream>
 #include <stdexcept>
 
 namespace quarry::test {
-namespace {
 
-std::wstring CommandLine(const std::filesystem::path& program, const std::vector<WindowSpec>& windows, bool hang) {
-  std::wostringstream text;
-  text << L'"' << program.wstring() << (hang ? L"\" hang" : L"\" answer") << std::hex;
-  for (const WindowSpec& window : windows) {
-    text << L' ' << window.style << L' ' << window.exStyle << L' ' << window.width << L' ' << window.height << L" \""
-         << window.className << L"\" \"" << window.title << L'"';
-  }
-  return text.str();
-}
-
-}  // namespace
-
-WindowMaker::WindowMaker(const std::vector<WindowSpec>& windows, bool hang)
-    : WindowMaker(FixtureProgram(L"windowMaker"), windows, hang) {}
-
-WindowMaker::WindowMaker(const std::filesystem::path& program, const std::vector<WindowSpec>& windows, bool hang)
+WindowMaker::WindowMaker(const std::vector<WindowSpec>& windows, bool hang, const std::wstring& program)
     : windows_(windows.size()) {
+  std::wostringstream commandLine;
+  commandLine << L'"' << program << (hang ? L"\" hang" : L"\" answer") << std::hex;
+  for (const WindowSpec& window : windows) {
+    commandLine << L' ' << window.style << L' ' << window.exStyle << L' ' << window.width << L' ' << window.height
+                << L" \"" << window.className << L"\" \"" << window.title << L'"';
+  }
   UniqueKernelHandle childInput;
   UniqueKernelHandle childOutput;
   UniqueKernelHandle output;
@@ -38,8 +26,8 @@ WindowMaker::WindowMaker(const std::filesystem::path& program, const std::vector
   startup.hStdInput = childInput.get();
   startup.hStdOutput = childOutput.get();
   PROCESS_INFORMATION process{};
-  CreateProcessW(program.c_str(), CommandLine(program, windows, hang).data(), nullptr, nullptr, TRUE, 0, nullptr,
-                 nullptr, &startup, &process);
+  CreateProcessW(program.c_str(), commandLine.str().data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                 &process);
   process_.attach(process.hProcess);
   const UniqueKernelHandle thread(process.hThread);
   childOutput.reset();

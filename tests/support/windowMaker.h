@@ -2,9 +2,10 @@
 
 #include "lib/misc/platformHandles.h"
 
+#include "tests/support/quarryHost.h"
+
 #include <windows.h>
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -23,9 +24,9 @@ struct WindowSpec {
 /// A process that shows windows until this object goes. Throws std::runtime_error when it does not come up.
 class WindowMaker {
  public:
-  explicit WindowMaker(const std::vector<WindowSpec>& windows, bool hang = false);
-  /// The same by another program: a copy of the fixture windowMaker.
-  WindowMaker(const std::filesystem::path& program, const std::vector<WindowSpec>& windows, bool hang = false);
+  /// `program` is the fixture windowMaker or a copy of it.
+  explicit WindowMaker(const std::vector<WindowSpec>& windows, bool hang = false,
+                       const std::wstring& program = FixtureProgram(L"windowMaker"));
   ~WindowMaker();
   WindowMaker(const WindowMaker&) = delete;
   WindowMaker& operator=(const WindowMaker&) = delete;
@@ -33,7 +34,7 @@ class WindowMaker {
   DWORD ProcessId() const { return GetProcessId(Process()); }
   HANDLE Process() const { return process_.get(); }
   /// In the order of their specifications.
-  const std::vector<HWND>& Windows() const { return windows_; }
+  HWND Window(std::size_t index = 0) const { return windows_[index]; }
 
  private:
   UniqueKernelHandle input_;

@@ -2,16 +2,13 @@
 #include "quarry/config/worldWritable.h"
 #include "quarry/diagnostics/log.h"
 
-#include <gmock/gmock.h>
+#include "lib/misc/platformHandles.h"
 
-#include <windows.h>
+#include <gmock/gmock.h>
 
 #include <sddl.h>
 
-#include <cstring>
-#include <optional>
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -21,71 +18,61 @@ std::wstring g_lastMessage;
 
 void Record(std::uint32_t /*level*/, const wchar_t* message) { g_lastMessage = message; }
 
-/// A well-known SID and hand-made ACLs, without a file or key behind them.
-class DaclTest : public testing::Test {
- protected:
-  void SetUp() override {
-    g_lastMessage.clear();
-    SetLogCallback(Record);
-    ASSERT_TRUE(InitializeAcl(Acl(), sizeof(memory_), ACL_REVISION));
-    DWORD size = sizeof(world_);
-    ASSERT_TRUE(CreateWellKnownSid(WinWorldSid, nullptr, world_, &size));
-    size = sizeof(administrators_);
-    ASSERT_TRUE(CreateWellKnownSid(WinBuiltinAdministratorsSid, nullptr, administrators_, &size));
-    size = sizeof(users_);
-    ASSERT_TRUE(CreateWellKnownSid(WinBuiltinUsersSid, nullptr, users_, &size));
+/// A DACL from a text, without a file or key behind it.
+class Dacl {
+ public:
+  explicit Dacl(const wchar_t* text) {
+    BOOL present = FALSE;
+    BOOL defaulted = FALSE;
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    ConvertStringSecurityDescriptorToSecurityDescriptorW(text, SDDL_REVISION_1, &descriptor, nullptr);
+    owner_ = UniqueLocal<void>(descriptor);
+    GetSecurityDescriptorDacl(descriptor, &present, &acl_, &defaulted);
   }
-  void TearDown() override { SetLogCallback(nullptr); }
+  PACL get() const { return acl_; }
 
-  PACL Acl() { return reinterpret_cast<PACL>(memory_); }
-  void Allow(BYTE* sid, DWORD mask) { ASSERT_TRUE(AddAccessAllowedAce(Acl(), ACL_REVISION, mask, sid)); }
-  void Deny(BYTE* sid, DWORD mask) { ASSERT_TRUE(AddAccessDeniedAce(Acl(), ACL_REVISION, mask, sid)); }
-
-  alignas(DWORD) BYTE memory_[512] = {};
-  alignas(DWORD) BYTE world_[SECURITY_MAX_SID_SIZE];
-  alignas(DWORD) BYTE administrators_[SECURITY_MAX_SID_SIZE];
-  alignas(DWORD) BYTE users_[SECURITY_MAX_SID_SIZE];
+ private:
+  UniqueLocal<void> owner_;
+  PACL acl_ = nullptr;
 };
 
-TEST_F(DaclTest, FirstEntryForEveryoneDecidesWhetherAFolderIsWritable) {
-  EXPECT_EQ(IsDaclWorldWritable(Acl(), world_), false);
-  Allow(users_, FILE_ALL_ACCESS);
-  EXPECT_EQ(IsDaclWorldWritable(Acl(), world_), false);
-  Allow(world_, FILE_ADD_FILE);
-  EXPECT_EQ(IsDaclWorldWritable(Acl(), world_), true);
-  Deny(world_, FILE_ADD_FILE);
-  EXPECT_EQ(IsDaclWorldWritable(Acl(), world_), true);
-}
+/// A well-known SID.
+struct Sid {
+  explicit Sid(WELL_KNOWN_SID_TYPE type) { CreateWellKnownSid(type, nullptr, bytes, &size); }
+  alignas(DWORD) BYTE bytes[SECURITY_MAX_SID_SIZE];
+  DWORD size = sizeof(bytes);
+};
 
-TEST_F(DaclTest, LeadingDenyOrReadEntryHidesLaterGrants) {
-  for (const bool deny : {true, false}) {
-    ASSERT_TRUE(InitializeAcl(Acl(), sizeof(memory_), ACL_REVISION));
-    if (deny) Deny(world_, FILE_WRITE_EA);
-    if (!deny) Allow(world_, FILE_GENERIC_READ);
-    Allow(world_, FILE_ALL_ACCESS);
-    EXPECT_EQ(IsDaclWorldWritable(Acl(), world_), false);
+TEST(Dacl, FirstEntryForEveryoneDecidesWhetherAFolderIsWritable) {
+  Sid world(WinWorldSid);
+  for (const auto& [text, writable] : {std::pair(L"D:", false),
+                                       {L"D:(A;;FA;;;BU)", false},
+                                       {L"D:(A;;FA;;;BU)(A;;0x2;;;WD)(D;;0x2;;;WD)", true},
+                                       {L"D:(D;;0x10;;;WD)(A;;FA;;;WD)", false},
+                                       {L"D:(A;;FR;;;WD)(A;;FA;;;WD)", false}}) {
+    EXPECT_EQ(IsDaclWorldWritable(Dacl(text).get(), world.bytes), writable) << text;
   }
-}
-
-TEST_F(DaclTest, DamagedEntriesAreNeitherReadBeyondNorTakenForAGrant) {
-  Allow(world_, FILE_ALL_ACCESS);
-  auto* const ace = reinterpret_cast<ACCESS_ALLOWED_ACE*>(memory_ + sizeof(ACL));
+  // Damaged entries are neither read beyond nor taken for a grant.
+  const Dacl dacl(L"D:(A;;FA;;;WD)");
+  auto* const ace = reinterpret_cast<ACCESS_ALLOWED_ACE*>(dacl.get() + 1);
   auto* const sid = reinterpret_cast<SID*>(&ace->SidStart);
   sid->SubAuthorityCount = 15;  // longer than the entry that holds it
-  EXPECT_EQ(IsDaclWorldWritable(Acl(), world_), false);
+  EXPECT_EQ(IsDaclWorldWritable(dacl.get(), world.bytes), false);
   sid->SubAuthorityCount = 1;
+  EXPECT_EQ(IsDaclWorldWritable(dacl.get(), world.bytes), true);
   ace->Header.AceType = 0x42;
-  EXPECT_EQ(IsDaclWorldWritable(Acl(), world_), false);
-
-  Acl()->AceCount = 9;  // more than there are
-  EXPECT_EQ(IsDaclWorldWritable(Acl(), world_), false);
+  dacl.get()->AceCount = 9;  // more than there are
+  EXPECT_EQ(IsDaclWorldWritable(dacl.get(), world.bytes), false);
 }
 
-TEST_F(DaclTest, KeyPassesWithAnEmptyDaclButNotWithoutOne) {
-  EXPECT_TRUE(IsDaclAdminOnly(Acl(), administrators_, L"K"));
+TEST(Dacl, KeyPassesWhenItIsEmptyButNotWithoutOne) {
+  Sid administrators(WinBuiltinAdministratorsSid);
+  SetLogCallback(Record);
+  EXPECT_TRUE(IsDaclAdminOnly(Dacl(L"D:").get(), administrators.bytes, L"K"));
   EXPECT_EQ(g_lastMessage, L"");
-  EXPECT_FALSE(IsDaclAdminOnly(nullptr, administrators_, L"K"));
+  EXPECT_FALSE(IsDaclAdminOnly(nullptr, administrators.bytes, L"K"));
   EXPECT_EQ(g_lastMessage, L"Key K: Couldn't get security entries for key\n");
+  SetLogCallback(nullptr);
 }
 
 }  // namespace

@@ -24,8 +24,8 @@ namespace {
 TEST(RunningInstances, ListTheWindowsOfOneApplication) {
   const WindowMaker maker({{L"Mine"}, {L"Invisible", L"QuarryTestWindow", WS_OVERLAPPEDWINDOW}});
   const WindowMaker second({{L"Mine too"}});
-  std::wstring program = FixtureProgram(L"windowMaker").wstring();
-  const std::wstring other = FixtureProgram(L"linkMaker").wstring();
+  std::wstring program = FixtureProgram(L"windowMaker");
+  const std::wstring other = FixtureProgram(L"emptyApp");
   SetLogCallback(HostLog::Record);
   const WindowManager manager;
   const UniqueKernelHandle event(OpenEventW(EVENT_ALL_ACCESS, FALSE, L"Local\\SeamlyTrayIconsActiveEvent"));
@@ -41,7 +41,7 @@ TEST(RunningInstances, ListTheWindowsOfOneApplication) {
     const bool first = window->GetTitle() == L"Mine";
     const WindowMaker& owner = first ? maker : second;
     EXPECT_EQ(window->GetTitle(), first ? L"Mine" : L"Mine too");
-    EXPECT_EQ(window->GetHandle(), owner.Windows()[0]);
+    EXPECT_EQ(window->GetHandle(), owner.Window());
     EXPECT_EQ(dynamic_cast<const WindowImpl&>(*window).GetProcessId(), static_cast<std::int32_t>(owner.ProcessId()));
     EXPECT_TRUE(window->IsVisible());
   }
@@ -63,7 +63,7 @@ TEST(QuarryImpl, KeepsTheRulesUntilTheLastOneGoes) {
   const auto lists = [&](QuarryImpl& quarry) {
     const WindowList windows = quarry.GetOpenWindows();
     return std::any_of(windows.begin(), windows.end(),
-                       [&](const WindowPtr& window) { return window->GetHandle() == maker.Windows()[0]; });
+                       [&](const WindowPtr& window) { return window->GetHandle() == maker.Window(); });
   };
   {
     const RegistryFixture rules(kFilterKey);

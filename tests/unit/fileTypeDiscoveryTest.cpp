@@ -2,15 +2,8 @@
 
 #include "tests/unit/fileTypesFixture.h"
 
-#include <gmock/gmock.h>
-
 namespace quarry::test {
 namespace {
-
-using testing::Contains;
-using testing::ElementsAre;
-using testing::EndsWith;
-using testing::IsEmpty;
 
 class FileTypeDiscovery : public FileTypesFixture {
  protected:
@@ -45,13 +38,13 @@ TEST_F(FileTypeDiscovery, FilesClassesAndWhatApplicationsDeclareInBothRegistryVi
   wide.SetRaw(L"Capabilities\\FileAssociations", L".quarryb", REG_EXPAND_SZ, {});
   wide.SetString(L"Capabilities\\URLAssociations", L"quarryp", L"QuarryProgId1");
   const RegistryFixture& narrow = Key(L"Software\\QuarryTest", HKEY_LOCAL_MACHINE, KEY_WOW64_32KEY);
-  narrow.SetString(L"Capabilities\\FileAssociations", L".quarrya", L"QuarryProgId1");
+  narrow.SetString(L"Capabilities\\FileAssociations", L".quarrye", L"QuarryProgId1");
   narrow.SetString(L"Capabilities\\FileAssociations", L".quarryd", L"QuarryNone");
 
   for (const int generation : {kOsGenerationVista, kOsGenerationUnknown}) {
     Os_SetGeneration(generation);
     messages.clear();
-    EXPECT_THAT(BuildTypesOf(L"APP.EXE", 0), ElementsAre(".quarrya", ".quarryc", ".quarrya", "quarryp:", ".quarrya"));
+    EXPECT_THAT(BuildTypesOf(L"APP.EXE", 0), ElementsAre(".quarrya", ".quarryc", ".quarrya", "quarryp:", ".quarrye"));
     EXPECT_EQ(CountMessage("AddApplicationsFromCapabilitiesAssociationsListCB: Key type 4 is not REG_SZ\n"), 1);
     EXPECT_EQ(CountMessage("AddApplicationsFromCapabilitiesHelper: Key type 2 is not REG_SZ\n"), 1);
     const std::string unopened = "AddApplicationsFromCapabilitiesAssociationsListCB: Unable to open key with path ";

@@ -3,10 +3,7 @@
 #include "lib/appUtil/handlerEnumeration.h"
 #include "lib/fileTypes/indirectString.h"
 
-#include "tests/support/versionedExecutable.h"
 #include "tests/unit/fileTypesFixture.h"
-
-#include <gmock/gmock.h>
 
 #include <unknwn.h>
 
@@ -14,9 +11,6 @@
 
 namespace quarry::test {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 class FileTypeRecord : public FileTypesFixture {
  protected:
@@ -40,8 +34,9 @@ class FileTypeRecord : public FileTypesFixture {
 };
 
 TEST_F(FileTypeRecord, TakesHandlersFromEverySourceInOrder) {
-  for (const wchar_t* const number : {L"1", L"3", L"5", L"6", L"7", L"8"}) {
-    Class(std::wstring(L"QuarryProgId") + number, std::wstring(L"p") + number + L".exe");
+  for (const std::wstring number : {L"1", L"3", L"5", L"6", L"7", L"8"}) {
+    Class(L"QuarryProgId" + number, L"p" + number + L".exe")
+        .SetString(L"shell\\edit\\command", L"", Command(L"e" + number + L".exe"));
   }
   Class(L"QuarryProgId4", L"p4.exe", L"edit");
   Class(L"QuarryProgId4b", L"p4b.exe", L"print");  // neither opened nor edited
@@ -66,14 +61,15 @@ TEST_F(FileTypeRecord, TakesHandlersFromEverySourceInOrder) {
   EXPECT_THAT(Programs(".quarrytest"),
               ElementsAre("p1.exe", "p2.exe", "p1.exe", "p4.exe", "p5.exe", "p6.exe", "p7.exe", "p8.exe", "p9.exe"));
   const std::string ignoring = "FileTypeInfoWin32::AddHandlersForSubValues: Ignoring type '.quarrytest' handler '";
-  EXPECT_THAT(messages,
-              testing::UnorderedElementsAre(ignoring + "' because its type isn't correct (1).\n",
-                                            ignoring + "QuarryProgId8' because its type isn't correct (4).\n"));
+  EXPECT_THAT(messages, UnorderedElementsAre(ignoring + "' because its type isn't correct (1).\n",
+                                             ignoring + "QuarryProgId8' because its type isn't correct (4).\n"));
   EXPECT_THAT(
       Programs(".quarrytest", kFileTypesPerceivedType),
       ElementsAre("p1.exe", "p2.exe", "p3.exe", "p1.exe", "p4.exe", "p5.exe", "p6.exe", "p7.exe", "p8.exe", "p9.exe"));
-  user.SetString(L"OpenWithList", L"MRUList", std::wstring(512, L'a'));  // more than is read, with its terminator
-  EXPECT_EQ(Programs(".quarrytest").size(), 7u);
+  for (const std::size_t length : {511, 512}) {  // the longest that is read, with its terminator, and one more
+    user.SetString(L"OpenWithList", L"MRUList", std::wstring(length, L'a'));
+    EXPECT_THAT(Programs(".quarrytest"), SizeIs(length == 511 ? 7 + 511 : 7));
+  }
   type.RemoveValue(L"", L"");
   EXPECT_THAT(Programs(".quarrytest"), IsEmpty());
   EXPECT_EQ(FileTypeInfoWin32(".quarrynone", 0).Load(0), ERROR_FILE_NOT_FOUND);
@@ -101,11 +97,13 @@ TEST_F(FileTypeRecord, SurvivesValuesThatNobodyShouldHaveWritten) {
   type.SetRaw(L"shell\\open\\command", L"", REG_SZ, {bytes, 60000});
   EXPECT_EQ(Programs(".quarrytest").size(), 1u);
 
-  const std::wstring longest = L"." + std::wstring(254, L'x');
-  const RegistryFixture& longType = Key(longest);
-  longType.SetString(L"", L"", L"QuarryProgId1");
-  longType.MakeSubkey(L"OpenWithList\\QuarryProgId1");  // a path that is not looked at
-  EXPECT_EQ(Programs(Unicode_Utf8FromWide(longest)).size(), 2u);
+  for (const std::size_t length : {241, 242}) {  // with the name of the list behind it the longest, and one more
+    const std::wstring name = L"." + std::wstring(length - 1, L'x');
+    const RegistryFixture& longType = Key(name);
+    longType.SetString(L"", L"", L"QuarryProgId1");
+    longType.MakeSubkey(L"OpenWithList\\QuarryProgId1");
+    EXPECT_THAT(Programs(Unicode_Utf8FromWide(name)), SizeIs(length == 241 ? 3 : 2));
+  }
 }
 
 TEST_F(FileTypeRecord, ReadsAListForALimitedTimeOnly) {
@@ -171,37 +169,36 @@ TEST_F(FileTypeRecord, HasTheNameThatTheShellShows) {
   EXPECT_EQ(FileTypeInfoWin32(".quarrynone", 0).FriendlyName(), "");
   const std::string function = "FileTypeInfoWin32::FriendlyName: ";
   EXPECT_THAT(messages, ElementsAre(function + "Failed to get friendly name for file extension \".quarrynone\".\n",
-                                    testing::StartsWith(function + "AssocQueryString error 0x8")));
+                                    StartsWith(function + "AssocQueryString error 0x8")));
 }
 
 /// A name that stands for `text`: string 16 of an executable, the first of the second block of sixteen.
-std::string WriteStringResource(const std::wstring& path, const std::wstring& text) {
-  EXPECT_TRUE(WriteExecutable(path));
-  std::vector<std::uint8_t> block(2 + text.size() * 2 + 15 * 2);
+std::string WriteStringResource(const TemporaryFolder& folder, const wchar_t* name, const std::wstring& text) {
+  const std::wstring path = folder.CopyFrom(name, FixtureProgram(L"emptyApp"));
+  Bytes block(2 + text.size() * 2 + 15 * 2);
   block[0] = static_cast<std::uint8_t>(text.size());
   std::memcpy(block.data() + 2, text.data(), text.size() * 2);
-  EXPECT_TRUE(PutResource(path, RT_STRING, MAKEINTRESOURCEW(2), block));
+  PutResource(path, RT_STRING, MAKEINTRESOURCEW(2), block);
   return Unicode_Utf8FromWide(L"@" + path + L",-16");
 }
 
 TEST_F(FileTypeRecord, ResolvesANameThatIsAResourceOnce) {
   const std::string circle = Unicode_Utf8FromWide(L"@" + folder / L"circle.dll" + L",-16");
   const std::string gone = Unicode_Utf8FromWide(L"@" + folder / L"gone.dll" + L",-16");
-  WriteStringResource(folder / L"circle.dll", Unicode_WideFromUtf8(circle));
-  const std::string named = WriteStringResource(folder / L"named.dll", L"Bücher");
+  WriteStringResource(folder, L"circle.dll", Unicode_WideFromUtf8(circle));
+  const std::string named = WriteStringResource(folder, L"named.dll", L"Bücher");
   FileTypeInfoWin32 record(".q", 0);
   record.handlerNames = {{"plain", "Plain"}, {"named", named}, {"circle", circle}, {"gone", gone}, {"empty", ""}};
   for (int round = 0; round < 2; ++round) {
     EXPECT_EQ(record.ApplicationFriendlyName("plain"), "Plain");
-    EXPECT_EQ(record.ApplicationFriendlyName("NAMED"), Unicode_Utf8FromWide(L"Bücher"));
+    EXPECT_EQ(record.ApplicationFriendlyName("NAMED"), "Bücher");
     EXPECT_EQ(record.ApplicationFriendlyName("circle"), circle);
     EXPECT_EQ(record.ApplicationFriendlyName("gone"), gone);
     EXPECT_EQ(record.ApplicationFriendlyName("empty"), "");
     DeleteFileW((folder / L"named.dll").c_str());
   }
-  EXPECT_THAT(messages,
-              ElementsAre(testing::StartsWith("VlkSHLoadIndirectString: SHLoadIndirectString failed, source: \"" +
-                                              gone + "\", error: 0x8")));
+  EXPECT_THAT(messages, ElementsAre(StartsWith("VlkSHLoadIndirectString: SHLoadIndirectString failed, source: \"" +
+                                               gone + "\", error: 0x8")));
 }
 
 std::vector<UINT> askedSizes;

@@ -4,13 +4,9 @@
 #include "lib/misc/logEntry.h"
 #include "lib/misc/osVersion.h"
 #include "lib/misc/tickCount.h"
-#include "lib/unicode/unicode.h"
 
+#include "tests/support/hostTest.h"
 #include "tests/support/registeredTypes.h"
-
-#include <algorithm>
-#include <string>
-#include <vector>
 
 namespace quarry::test {
 
@@ -34,8 +30,7 @@ class FileTypesFixture : public RegisteredTypes {
   /// The path under which the handler `program` is known.
   std::string Handler(const std::wstring& program) const {
     std::wstring path = folder / program;
-    CharLowerW(path.data());
-    return Unicode_Utf8FromWide(path);
+    return Unicode_Utf8FromWide(CharLowerW(path.data()));
   }
   static std::ptrdiff_t CountMessage(const std::string& text) {
     return std::count(messages.begin(), messages.end(), text);

@@ -5,6 +5,8 @@
 #include "lib/string/checkedFormat.h"
 #include "lib/string/str.h"
 
+#include "tests/support/registryFixture.h"
+
 #include <gmock/gmock.h>
 
 #include <string>
@@ -75,93 +77,65 @@ TEST(UniqueHandle, ClosesEachHandleOnceAndOnlyWhatItHolds) {
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND)) << "the error that the owner's user failed with";
 }
 
-TEST(OsVersion, PlacesEverySystemInTheRowOfGenerations) {
-  const auto generation = [](DWORD major, DWORD minor) { return Os_GenerationOf({major, minor, 0, 0, false}); };
-  EXPECT_EQ(generation(5, 0), kOsGenerationWindows2000);
-  EXPECT_EQ(generation(5, 1), 6);
-  EXPECT_EQ(generation(5, 2), 7);
-  EXPECT_EQ(generation(6, 0), kOsGenerationVista);
-  EXPECT_EQ(generation(6, 1), 9);
-  EXPECT_EQ(generation(6, 3), 11);
-  EXPECT_EQ(generation(10, 0), 12);
-  EXPECT_EQ(generation(11, 0), 12);
-  EXPECT_GE(Os_GetGeneration(), kOsGenerationVista);
-  EXPECT_NE(Os_GetGeneration(), kOsGenerationUnknown);
-}
-
-TEST(OsVersion, NamesEditionsAndTheSystemAtHand) {
+TEST(OsVersion, PlacesEverySystemInTheRowOfGenerationsAndNamesIt) {
+  const std::pair<std::pair<DWORD, DWORD>, int> kGenerations[] = {{{4, 9}, 5},  {{5, 0}, 5},   {{5, 1}, 6},
+                                                                  {{5, 2}, 7},  {{6, 0}, 8},   {{6, 1}, 9},
+                                                                  {{6, 3}, 11}, {{10, 0}, 12}, {{11, 0}, 12}};
+  for (const auto& [version, generation] : kGenerations) {
+    EXPECT_EQ(Os_GenerationOf({version.first, version.second, 0, 0, false}), generation);
+  }
+  EXPECT_THAT(Os_GetGeneration(), testing::AllOf(testing::Ge(kOsGenerationVista), testing::Lt(kOsGenerationUnknown)));
   ASSERT_NE(Os_FindEdition(0x30), nullptr);
-  EXPECT_STREQ(Os_FindEdition(0x30)->shortName, L"Pro");
-  EXPECT_STREQ(Os_FindEdition(0x30)->longName, L"Professional");
+  EXPECT_EQ(Os_FindEdition(0x30)->longName, std::wstring(L"Professional"));
   EXPECT_EQ(Os_FindEdition(0xFFFF), nullptr);
-  const auto version = Os_GetVersion();
-  ASSERT_TRUE(version);
-  const std::wstring number = Str_FormatWide(L"(%lu.%lu.%lu)", version->major, version->minor, version->build);
-  EXPECT_NE(Os_Describe().find(number), std::wstring::npos);
+  const OsVersion version = Os_GetVersion().value_or(OsVersion());
+  EXPECT_NE(Os_Describe().find(Str_FormatWide(L"(%lu.%lu.%lu)", version.major, version.minor, version.build)),
+            std::wstring::npos);
 }
 
 class RegistryEnumeration : public testing::Test {
  protected:
-  void SetUp() override {
-    RegDeleteTreeW(HKEY_CURRENT_USER, kPath);
-    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kPath, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key_.put(), nullptr),
-              ERROR_SUCCESS);
-  }
-  void TearDown() override { RegDeleteTreeW(HKEY_CURRENT_USER, kPath); }
-
-  void AddSubkey(const std::wstring& name, std::wstring className) {
-    UniqueRegistryKey subkey;
-    ASSERT_EQ(RegCreateKeyExW(key_.get(), name.c_str(), 0, className.data(), 0, KEY_ALL_ACCESS, nullptr, subkey.put(),
-                              nullptr),
-              ERROR_SUCCESS);
-  }
-
   static constexpr wchar_t kPath[] = L"Software\\Quarry foundation test";
   static constexpr char kPathUtf8[] = "Software\\Quarry foundation test";
-  UniqueRegistryKey key_;
+  quarry::test::RegistryFixture key_{kPath, HKEY_CURRENT_USER};
 };
 
 TEST_F(RegistryEnumeration, VisitsEverySubkeyAndKeepsTheFirstError) {
-  AddSubkey(L"plain", L"");
-  AddSubkey(L"\x4e2d\x6587", L"");
-  AddSubkey(std::wstring(255, L'n'), std::wstring(1000, L'c'));
+  for (const std::wstring& name : {std::wstring(L"plain"), std::wstring(L"\x4e2d\x6587"), std::wstring(255, L'n')}) {
+    UniqueRegistryKey subkey;
+    std::wstring path = std::wstring(kPath) + L'\\' + name;
+    RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, std::wstring(1000, L'c').data(), 0, KEY_READ, nullptr,
+                    subkey.put(), nullptr);
+  }
   std::vector<std::string> names;
-  std::size_t classLength = 0;
   LSTATUS answer = 100;
   const LSTATUS kept = WinReg_EnumerateSubkeys(HKEY_CURRENT_USER, kPathUtf8, [&](const WinRegSubkey& subkey, bool&) {
     names.push_back(subkey.name);
-    classLength = std::max(classLength, subkey.className.size());
+    EXPECT_EQ(subkey.className, std::string(1000, 'c'));
     EXPECT_EQ(subkey.path, kPathUtf8);
     return answer++;
   });
   EXPECT_EQ(kept, 100);
-  EXPECT_EQ(classLength, 1000U);
   EXPECT_THAT(names, UnorderedElementsAre("plain", "\xE4\xB8\xAD\xE6\x96\x87", std::string(255, 'n')));
 }
 
 TEST_F(RegistryEnumeration, VisitsValuesOfEveryTypeUntilToldToStop) {
-  const std::wstring longName(16'000, L'v');
-  const DWORD number = 7;
-  RegSetValueExW(key_.get(), L"", 0, REG_SZ, nullptr, 0);
-  RegSetValueExW(key_.get(), L"n\xe4me", 0, REG_NONE, nullptr, 0);
-  RegSetValueExW(key_.get(), longName.c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof(number));
-  std::vector<std::pair<std::string, DWORD>> values;
-  const auto collect = [&](const WinRegValue& value, bool&) {
-    values.emplace_back(value.name, value.type);
-    return LSTATUS{ERROR_SUCCESS};
-  };
-  EXPECT_EQ(WinReg_EnumerateValues(HKEY_CURRENT_USER, kPathUtf8, 0, collect), ERROR_SUCCESS);
-  EXPECT_THAT(values, UnorderedElementsAre(std::pair("", REG_SZ), std::pair("n\xC3\xA4me", REG_NONE),
-                                           std::pair(std::string(16'000, 'v'), REG_DWORD)));
-  int calls = 0;
-  WinReg_EnumerateValues(HKEY_CURRENT_USER, kPathUtf8, 0, [&](const WinRegValue&, bool& proceed) {
-    ++calls;
-    proceed = false;
-    return LSTATUS{ERROR_SUCCESS};
-  });
-  EXPECT_EQ(calls, 1);
-  EXPECT_EQ(WinReg_EnumerateValues(HKEY_CURRENT_USER, "Software\\Quarry no such key", 0, collect),
-            ERROR_FILE_NOT_FOUND);
+  key_.SetString(L"", L"", L"");
+  key_.SetRaw(L"", L"n\xe4me", REG_NONE, {});
+  key_.SetDword(L"", std::wstring(16'000, L'v'), 7);
+  for (const bool goOn : {true, false}) {
+    std::vector<std::pair<std::string, DWORD>> values;
+    const auto collect = [&](const WinRegValue& value, bool& proceed) {
+      values.emplace_back(value.name, value.type);
+      proceed = goOn;
+      return LSTATUS{ERROR_SUCCESS};
+    };
+    EXPECT_EQ(WinReg_EnumerateValues(HKEY_CURRENT_USER, kPathUtf8, 0, collect), ERROR_SUCCESS);
+    EXPECT_EQ(values.size(), goOn ? 3u : 1u);
+    EXPECT_THAT(values, testing::IsSubsetOf({std::pair("", REG_SZ), std::pair("n\xC3\xA4me", REG_NONE),
+                                             std::pair(std::string(16'000, 'v').c_str(), REG_DWORD)}));
+    EXPECT_EQ(WinReg_EnumerateValues(HKEY_CURRENT_USER, "Software\\Quarry none", 0, collect), ERROR_FILE_NOT_FOUND);
+  }
 }
 
 }  // namespace

@@ -1,30 +1,16 @@
 #include "lib/appUtil/openItems.h"
 
 #include "lib/misc/logEntry.h"
-#include "lib/unicode/unicode.h"
 
-#include "tests/support/registryFixture.h"
+#include "tests/support/hostTest.h"
 #include "tests/support/startedPrograms.h"
 #include "tests/unit/allocationLimit.h"
 #include "tests/unit/assocHandlers.h"
 
-#include <gmock/gmock.h>
-
-#include <windows.h>
-
 #include <objbase.h>
 
-#include <string>
-#include <vector>
-
+namespace quarry::test {
 namespace {
-
-using namespace quarry::test;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::StartsWith;
-
-using Items = std::vector<std::wstring>;
 
 std::string g_messages;
 
@@ -34,7 +20,7 @@ void Replace(std::string& text, const std::wstring& wide, const std::string& by)
 }
 
 /// The fixture program as the application; its prog IDs start it with "--by-class".
-class OpenItems : public testing::Test {
+class OpenItems : public Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)));
@@ -50,7 +36,7 @@ class OpenItems : public testing::Test {
     CoUninitialize();
   }
 
-  Items Open(const Items& items) const {
+  Names Open(const Names& items) const {
     g_messages.clear();
     const bool isUrl = items[0].find(L"://") != std::wstring::npos;
     return AppUtil_OpenItems(items, isUrl ? OpenItemKind::Url : OpenItemKind::File, program_);
@@ -131,25 +117,26 @@ TEST_F(OpenItems, OpensByClassButPresentationsByCommandLine) {
       {L"Test.Gone", L"qtest://a", nullptr, fallback + failed},
       {L"PowerPoint", L"qtest://a", L"", fallback + commandLine + opened},
       {L"PowerPoint", L"qtest://a\" --evil \"b", nullptr, fallback + commandLine + failed + "160.\n"},
+      {L"Test.Document", L"qtest://" + std::wstring(2'076, L'x'), nullptr, failed + "206.\n"},
   };
   for (const auto& [progId, item, startedWith, messages] : cases) {
     const AssocHandlers shell({{program_, progId}});
     const bool isOpened = startedWith != nullptr;
-    EXPECT_EQ(Open({item}), isOpened ? Items() : Items{item});
-    EXPECT_THAT(shell.Keys(), ElementsAre(testing::AnyOf(L"qtest", L".qtest")));
+    EXPECT_EQ(Open({item}), isOpened ? Names() : Names{item});
+    EXPECT_THAT(shell.Keys(), ElementsAre(AnyOf(L"qtest", L".qtest")));
     Replace(g_messages, item, "ITEM");
     Replace(g_messages, progId, "PROG");
     Replace(g_messages, program_, "APP");
     Replace(g_messages, L"AppUtil_OpenItems", "F");
     EXPECT_THAT(g_messages, StartsWith("F: Handler 'APP' has prog ID 'PROG'.\n" + messages));
-    EXPECT_EQ(programs_.Take(isOpened ? 1 : 0), isOpened ? Items{startedWith + (L"\"" + item + L"\"")} : Items());
+    EXPECT_EQ(programs_.Take(isOpened ? 1 : 0), isOpened ? Names{startedWith + (L"\"" + item + L"\"")} : Names());
   }
 }
 
 TEST_F(OpenItems, GivesBackWhatMemoryDoesNotSufficeFor) {
   const AssocHandlers shell({});
-  const Items items = {L"b.doc", L"a.txt"};
-  Items unopened;
+  const Names items = {L"b.doc", L"a.txt"};
+  Names unopened;
   {
     const AllocationLimit limit(200);  // the items, but not a message about them
     unopened = Open(items);
@@ -159,3 +146,4 @@ TEST_F(OpenItems, GivesBackWhatMemoryDoesNotSufficeFor) {
 }
 
 }  // namespace
+}  // namespace quarry::test

@@ -1,4 +1,4 @@
-#include "tests/support/shortcut.h"
+#include "tools/linkMaker/shortcut.h"
 
 #include <windows.h>
 
@@ -6,7 +6,7 @@
 #include <shobjidl.h>
 #include <wrl/client.h>
 
-namespace quarry::test {
+namespace linkmaker {
 namespace {
 
 using Microsoft::WRL::ComPtr;
@@ -49,4 +49,4 @@ bool WriteShortcut(const Shortcut& shortcut) {
   return filled && SUCCEEDED(link.As(&file)) && SUCCEEDED(file->Save(shortcut.linkPath.c_str(), TRUE));
 }
 
-}  // namespace quarry::test
+}  // namespace linkmaker
