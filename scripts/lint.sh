@@ -54,6 +54,7 @@ OwnDependencies() {
     /^[^ ]/ { object = $1; sub(/:$/, "", object) }
     /^ / {
       sub(/^ +/, "")
+      sub(/^\.\.\//, root)  # a compiler cache can make paths relative to the build folder
       if (index($0, root) == 1 && index($0, build) != 1) print object "\t" substr($0, length(root) + 1)
     }'
 }
