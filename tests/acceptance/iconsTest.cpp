@@ -247,7 +247,7 @@ TEST(ImageHeader, IsTakenWithinItsBounds) {
   Bytes png = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 0, 0, 0, 13, 'I', 'H', 'D', 'R', 0, 0, 4, 0, 0, 0, 4, 0};
   EXPECT_TRUE(IsPlausibleImage(png, 24));
   EXPECT_FALSE(IsPlausibleImage({png.data(), 23}, 23));
-  for (const std::size_t last : {19, 23}) {
+  for (const std::size_t last : {19U, 23U}) {
     for (const std::size_t byte : {last - 3, last}) {  // enormous, and one too many
       ++png[byte];
       EXPECT_FALSE(IsPlausibleImage(png, 24)) << byte;

@@ -189,7 +189,7 @@ TEST_F(Launch, RefusesWhatThePolicyDoesNotAllow) {
     SCOPED_TRACE(PrintToString(value));
     EXPECT_EQ(Run({{L"appCommandLine", L"before"}, {type.c_str(), value}}, flags), QUARRY_LAUNCH_REFUSED);
     EXPECT_TRUE(Said(0, message.first + (message == unknown ? type : value) + message.second));
-    EXPECT_TRUE(Said(3, L"Param: 2, Type: '" + type + L"', Value: '" + value + L"'\n"));
+    EXPECT_TRUE(Said(3, Str_FormatWide(L"Param: 2, Type: '%s', Value: '%s'\n", type.c_str(), value.c_str())));
   }
   EXPECT_THAT(programs_.Take(0), IsEmpty());
 }
@@ -284,7 +284,7 @@ TEST_F(Launch, KeepsHandlesOnlyOfTrackedProcesses) {
   const ResourceCounts before = ResourceCounts::Now();
   host_->Exit();
   EXPECT_LE((ResourceCounts::Now() - before).handles, -rounds - 3);
-  programs_.Take(static_cast<std::size_t>(2 * rounds + 6));
+  programs_.Take(2 * static_cast<std::size_t>(rounds) + 6);
 }
 
 TEST_F(Launch, IsWhatTheToolDoesAndSays) {

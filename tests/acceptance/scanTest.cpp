@@ -344,11 +344,13 @@ TEST_F(ScanTest, IniFileDefinesOneFilterForEachSectionInOrder) {
   EXPECT_EQ(HostLog::Count(3, L"Filter has base path: " + both), 1U);
   EXPECT_EQ(HostLog::CountHolding(L"FindFirstFileEx failed for \"" + both + L"\\*\", error "), 1U);
 
-  for (const std::size_t length : {2046, 2047, 3000}) {  // one that may be cut counts as absent
+  const auto scanIncluding = [&](const std::wstring& patterns) {
+    return ScanIniText(L"[Long]" + root + L"Includes=" + patterns + L"\r\n");
+  };
+  for (const std::size_t length : {2046U, 2047U, 3000U}) {  // one that may be cut counts as absent
     std::wstring patterns = L"top*;";
     patterns.resize(length, L'x');
-    EXPECT_EQ(ScanIniText(L"[Long]" + root + L"Includes=" + patterns + L"\r\n"),
-              length < 2047 ? Names{L"top.bat"} : all_);
+    EXPECT_EQ(scanIncluding(patterns), length < 2047 ? Names{L"top.bat"} : all_);
   }
 }
 

@@ -57,6 +57,7 @@ std::vector<std::wstring> StartedPrograms::Take(std::size_t count) const {
   } while (starts.size() != before);
   std::filesystem::remove(folder_ / L"starts.txt");
   std::vector<std::wstring> arguments;
+  arguments.reserve(starts.size());
   for (Start& start : starts) arguments.push_back(std::move(start.arguments));
   std::sort(arguments.begin(), arguments.end());
   return arguments;

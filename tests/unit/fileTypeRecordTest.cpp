@@ -66,7 +66,7 @@ TEST_F(FileTypeRecord, TakesHandlersFromEverySourceInOrder) {
   EXPECT_THAT(
       Programs(".quarrytest", kFileTypesPerceivedType),
       ElementsAre("p1.exe", "p2.exe", "p3.exe", "p1.exe", "p4.exe", "p5.exe", "p6.exe", "p7.exe", "p8.exe", "p9.exe"));
-  for (const std::size_t length : {511, 512}) {  // the longest that is read, with its terminator, and one more
+  for (const std::size_t length : {511U, 512U}) {  // the longest that is read, with its terminator, and one more
     user.SetString(L"OpenWithList", L"MRUList", std::wstring(length, L'a'));
     EXPECT_THAT(Programs(".quarrytest"), SizeIs(length == 511 ? 7 + 511 : 7));
   }
@@ -97,7 +97,7 @@ TEST_F(FileTypeRecord, SurvivesValuesThatNobodyShouldHaveWritten) {
   type.SetRaw(L"shell\\open\\command", L"", REG_SZ, {bytes, 60000});
   EXPECT_EQ(Programs(".quarrytest").size(), 1u);
 
-  for (const std::size_t length : {241, 242}) {  // with the name of the list behind it the longest, and one more
+  for (const std::size_t length : {241U, 242U}) {  // with the name of the list behind it the longest, and one more
     const std::wstring name = L"." + std::wstring(length - 1, L'x');
     const RegistryFixture& longType = Key(name);
     longType.SetString(L"", L"", L"QuarryProgId1");
