@@ -50,7 +50,7 @@ TEST(Unicode, ComparesFoldedTextsInCodePointOrder) {
   for (const auto& each : kCases) {
     const std::string left = Unicode_Utf8FromWide(each.left);
     const std::string right = Unicode_Utf8FromWide(each.right);
-    SCOPED_TRACE(left + " " + right);
+    SCOPED_TRACE(testing::Message() << left << " " << right);
     EXPECT_EQ(sign(Unicode_CompareIgnoreCase(each.left, each.right)), each.sign);
     EXPECT_EQ(sign(Unicode_CompareIgnoreCase(right, left)), -each.sign);
     EXPECT_EQ(Unicode_EqualIgnoreCase(each.left, each.right), each.sign == 0);
