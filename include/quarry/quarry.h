@@ -23,6 +23,11 @@
 extern "C" {
 #endif
 
+/* The version that this header came with. docs/versioning.md says what changes with which part. */
+#define QUARRY_VERSION_MAJOR 1
+#define QUARRY_VERSION_MINOR 1
+#define QUARRY_VERSION_PATCH 0
+
 /* Levels of the messages that QuarryLogFn receives. */
 #define QUARRY_LOG_ERROR 0u   /* an operation failed or input was refused */
 #define QUARRY_LOG_WARNING 1u /* something was skipped or degraded */
