@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <limits>
 #include <optional>
 #include <unordered_map>
 #include <utility>
@@ -43,12 +42,14 @@ std::uint32_t OpenItems(ShellStart& start, const std::vector<std::wstring>& item
   return result;
 }
 
-/// Moves the files that exist by now to the result. Looks once at each path, and no more once the deadline has passed.
+/// Moves the files that exist by now to the result. Looks once at each path, and behind the first no more once the
+/// deadline has passed: a drive that answers slowly holds the host's thread for each look.
 std::vector<std::wstring> TakeExisting(std::vector<std::wstring>& waiting, ULONGLONG deadline) {
   std::unordered_map<std::wstring, bool> found;
   const auto exists = [&](const std::wstring& file) {
     const auto [entry, isNew] = found.try_emplace(file, false);
-    if (isNew && GetTickCount64() <= deadline) entry->second = PathFileExistsW(file.c_str()) != FALSE;
+    const bool mayLook = isNew && (found.size() == 1 || GetTickCount64() <= deadline);
+    if (mayLook) entry->second = PathFileExistsW(file.c_str()) != FALSE;
     return entry->second;
   };
   const auto missing = std::stable_partition(waiting.begin(), waiting.end(), exists);
@@ -130,8 +131,8 @@ std::uint32_t Launcher::OpenFilesAndUrls(ShellStart& start, LaunchItems items) c
   if (!items.urls.empty()) result = OpenItems(start, items.urls, OpenItemKind::Url);
 
   const ULONGLONG deadline = GetTickCount64() + timeout;
-  for (ULONGLONG lookUntil = std::numeric_limits<ULONGLONG>::max();; lookUntil = deadline) {  // all get a first look
-    const std::vector<std::wstring> ready = TakeExisting(items.files, lookUntil);
+  for (;;) {
+    const std::vector<std::wstring> ready = TakeExisting(items.files, deadline);
     if (!ready.empty()) result = std::max(result, OpenItems(start, ready, OpenItemKind::File));
     if (items.files.empty()) return result;
     Sleep(kLookInterval);

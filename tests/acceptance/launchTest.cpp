@@ -1,6 +1,7 @@
 // What is started, opened, brought forward and refused, with a fixture program that tells how it was started.
 
 #include "tests/support/hostTest.h"
+#include "tests/support/importTable.h"
 #include "tests/support/startedPrograms.h"
 
 #include <thread>
@@ -244,6 +245,28 @@ TEST_F(Launch, WaitsForRedirectedFilesAndReportsThoseThatDoNotAppear) {
   EXPECT_LT(TimeOf(L"Timeout was reached"), kLongestWait);
   EXPECT_THAT(programs_.Take(2), ElementsAre(L"\"\\\\tsclient\\C\\later one.qtest\"", L"\\\\TSClient\\C\\there.qtest"));
   EXPECT_TRUE(Said(0, L"File '\\\\tsclient\\C\\never.qtest' doesn't exist\n"));
+}
+
+ULONGLONG g_clock = 0;  // milliseconds, while it stands for the platform's
+std::size_t g_looks = 0;
+
+TEST_F(Launch, LooksNoLongerThanTheTimeoutForFilesOfASlowDrive) {
+  const HMODULE library = Library::Instance().Module();
+  const ReplacedImport clock(
+      library, "KERNEL32.dll", "GetTickCount64", +[]() -> ULONGLONG { return g_clock; });
+  const ReplacedImport slowLook(
+      library, "SHLWAPI.dll", "PathFileExistsW", +[](LPCWSTR /*path*/) -> BOOL {
+        g_clock += kTimeout;
+        return ++g_looks == 2 ? TRUE : FALSE;
+      });
+  const Parameters files = {{L"file-path", L"\\\\tsclient\\C\\a"},
+                            {L"file-path", L"\\\\tsclient\\C\\b"},
+                            {L"file-path", L"\\\\tsclient\\C\\c"},
+                            {L"file-path", L"\\\\tsclient\\C\\d"}};
+  EXPECT_EQ(Run(files), QUARRY_LAUNCH_FILES_MISSING);
+  EXPECT_EQ(g_looks, 2U);
+  EXPECT_TRUE(Said(0, L"Timeout was reached and 3 file(s) couldn't be opened.\n"));
+  EXPECT_THAT(programs_.Take(1), ElementsAre(L"\\\\tsclient\\C\\b"));
 }
 
 TEST_F(Launch, TakesManyOddAndLongItems) {
