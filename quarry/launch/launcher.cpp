@@ -25,10 +25,16 @@ constexpr std::uint32_t kDefaultFileTimeout = 15000;  // milliseconds
 constexpr DWORD kLookInterval = 100;                  // milliseconds
 
 /// Hands the items to the handlers registered for the application, and starts the application itself for each item
-/// that they do not open.
+/// that they do not open or must not get.
 std::uint32_t OpenItems(ShellStart& start, const std::vector<std::wstring>& items, OpenItemKind kind) {
   const ULONGLONG begin = GetTickCount64();
-  const std::vector<std::wstring> unopened = AppUtil_OpenItems(items, kind, start.Target());
+  const ItemRules rules(start.Target());
+  std::vector<std::wstring> direct;
+  std::vector<std::wstring> forHandlers;
+  std::partition_copy(items.begin(), items.end(), std::back_inserter(forHandlers), std::back_inserter(direct),
+                      [&rules](const std::wstring& item) { return rules.AllowHandlers(item); });
+  std::vector<std::wstring> unopened = AppUtil_OpenItems(forHandlers, kind, start.Target());
+  unopened.insert(unopened.end(), std::make_move_iterator(direct.begin()), std::make_move_iterator(direct.end()));
   Log(LogLevel::Detail, L"Opening %I64u %s(s) took %I64u ms.\n", static_cast<std::uint64_t>(items.size()), L"file",
       GetTickCount64() - begin);
   if (unopened.empty()) return QUARRY_LAUNCH_OK;
@@ -37,7 +43,7 @@ std::uint32_t OpenItems(ShellStart& start, const std::vector<std::wstring>& item
       static_cast<std::uint64_t>(unopened.size()), static_cast<std::uint64_t>(items.size()), L"file");
   std::uint32_t result = QUARRY_LAUNCH_OK;
   for (const std::wstring& item : unopened) {
-    if (!start.RunWith(item)) result = QUARRY_LAUNCH_FAILED;
+    if (!start.RunWith(rules.ArgumentFor(item))) result = QUARRY_LAUNCH_FAILED;
   }
   return result;
 }
