@@ -237,7 +237,6 @@ TEST_F(Launch, OpensLocalFilesAndUrlsAtOnceEachAsTheOnlyArgument) {
 }
 
 TEST_F(Launch, GivesInterpretersOnlyWhatTheyTakeAsOneArgument) {
-  const std::wstring batch = WriteBatch(L"two.bat");
   const std::wstring upper = WriteBatch(L"one.CMD");
   const std::wstring everyProgram = L"\"\n\r\t\x7F";
   const std::wstring everyBatch = L"!%" + everyProgram;
@@ -248,27 +247,35 @@ TEST_F(Launch, GivesInterpretersOnlyWhatTheyTakeAsOneArgument) {
     std::wstring before = {};
   } kCases[] = {
       {program_, everyProgram},
-      {batch, everyBatch},
+      {L"\"" + WriteBatch(L"two.bat") + L"\"", everyBatch},
       {upper + L" .", everyBatch},
       {WriteLink(L"Odd.lnk", upper), everyBatch, L"from-link "},
       {WriteLink(L"Plain.lnk", programs_.Program(L"Shouted.EXE")), everyProgram, L"from-link "},
       {programs_.Program(L"WScript.exe"), everyBatch},
       {programs_.Program(L"cmd.exe"), L"&|<>^" + everyBatch},
+      {programs_.Folder() / L"echo", L"&|<>^" + everyBatch},  // whatever the shell finds
       {programs_.Program(L"PowerShell.EXE"), all},
       {WriteLink(L"Shell.lnk", programs_.Program(L"pwsh.exe")), all, L"from-link "},
       {programs_.Program(L"mshta.exe"), all},
-      {L"\"" + programs_.Program(L"rundll32.exe") + L"\"", all},
+      {programs_.Program(L"rundll32.exe"), all},
   };
   for (const auto& [path, refused, before] : kCases) {
     SCOPED_TRACE(PrintToString(path));
-    std::wstring taken = L"qtest://" + all;
-    std::erase_if(taken, [&](wchar_t character) { return refused.find(character) != std::wstring::npos; });
-    Parameters urls = {{L"url", L"qtest://plain"}, {L"url", taken}};
-    for (const wchar_t character : refused) urls.emplace_back(L"url", std::wstring(L"qtest://a") + character);
-    const std::wstring plain = refused == everyProgram ? L"qtest://plain" : L"\"qtest://plain\"";
+    std::wstring taken = L"qtest://";
+    Parameters urls = {{L"url", L"qtest://plain"}};
+    for (const wchar_t character : all) {
+      if (refused.find(character) == std::wstring::npos) {
+        taken += character;
+      } else {
+        urls.emplace_back(L"url", std::wstring(L"qtest://a") + character);
+      }
+    }
+    urls.emplace_back(L"url", taken);
+    const wchar_t* const plain = refused == everyProgram ? L"qtest://plain" : L"\"qtest://plain\"";
     EXPECT_EQ(Run(path, 0, L"", L"", urls), QUARRY_LAUNCH_FAILED);
     EXPECT_EQ(HostLog::Count(0, L"ShellExecuteEx failed, error = 160\n"), refused.size());
-    EXPECT_THAT(programs_.Take(2), UnorderedElementsAre(before + plain, before + L"\"" + taken + L"\""));
+    EXPECT_THAT(programs_.Take(2),
+                UnorderedElementsAre(before + plain, before + Str_FormatWide(L"\"%s\"", taken.c_str())));
   }
 }
 

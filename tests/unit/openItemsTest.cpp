@@ -142,7 +142,7 @@ TEST_F(OpenItems, DoesNotPutWhatAnInterpreterReadsIntoAHandlersCommandLine) {
   const AssocHandlers shell({{program, L"Test.Document"}});
   const QuarryLaunchParameter urls[] = {{L"url", L"special://a&b"}, {L"url", L"blank://a b"}, {L"url", L"plain://a"}};
   QuarryImpl quarry(nullptr, false);
-  EXPECT_EQ(quarry.LaunchApplication(program.c_str(), 0, L"", L"", 3, urls), QUARRY_LAUNCH_OK);
+  EXPECT_EQ(quarry.LaunchApplication(program, 0, L"", L"", 3, urls), QUARRY_LAUNCH_OK);
   EXPECT_THAT(shell.Keys(), ElementsAre(L"plain"));
   EXPECT_THAT(programs_.Take(3), ElementsAre(L"\"blank://a b\"", L"\"special://a&b\"", L"--by-class \"plain://a\""));
 }
