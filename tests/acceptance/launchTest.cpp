@@ -5,6 +5,7 @@
 #include "tests/support/startedPrograms.h"
 
 #include <thread>
+#include <tuple>
 
 namespace quarry::test {
 namespace {
@@ -320,19 +321,25 @@ std::size_t g_looks = 0;
 TEST_F(Launch, LooksNoLongerThanTheTimeoutForFilesOfASlowDrive) {
   const HMODULE library = Library::Instance().Module();
   const ReplacedImport clock(
-      library, "KERNEL32.dll", "GetTickCount64", +[]() -> ULONGLONG { return g_clock; });
+      library, "KERNEL32.dll", "GetTickCount64", +[]() -> ULONGLONG { return ++g_clock; });
   const ReplacedImport slowLook(
-      library, "SHLWAPI.dll", "PathFileExistsW", +[](LPCWSTR /*path*/) -> BOOL {
-        g_clock += kTimeout;
-        return ++g_looks == 2 ? TRUE : FALSE;
+      library, "SHLWAPI.dll", "PathFileExistsW", +[](LPCWSTR path) -> BOOL {
+        g_clock += kTimeout * 2 / 3;
+        ++g_looks;
+        return path[wcslen(path) - 1] == L'b' ? TRUE : FALSE;
       });
   const Parameters files = {{L"file-path", L"\\\\tsclient\\C\\a"},
                             {L"file-path", L"\\\\tsclient\\C\\b"},
                             {L"file-path", L"\\\\tsclient\\C\\c"},
                             {L"file-path", L"\\\\tsclient\\C\\d"}};
-  EXPECT_EQ(Run(files), QUARRY_LAUNCH_FILES_MISSING);
-  EXPECT_EQ(g_looks, 2U);
-  EXPECT_TRUE(Said(0, L"Timeout was reached and 3 file(s) couldn't be opened.\n"));
+  for (const auto& [timeout, looks, missing] :
+       {std::tuple(0U, 1U, L'4'), std::tuple(static_cast<unsigned>(kTimeout), 2U, L'3')}) {
+    policy_.SetDword(L"Config", L"RemoteFileOpenTimeoutMs", timeout);
+    g_looks = 0;
+    EXPECT_EQ(Run(files), QUARRY_LAUNCH_FILES_MISSING);
+    EXPECT_EQ(g_looks, looks);
+    EXPECT_TRUE(Said(0, Str_FormatWide(L"Timeout was reached and %c file(s) couldn't be opened.\n", missing)));
+  }
   EXPECT_THAT(programs_.Take(1), ElementsAre(L"\\\\tsclient\\C\\b"));
 }
 
