@@ -63,7 +63,7 @@ ProcessOutput RunProgram(std::wstring_view name, const std::vector<std::wstring>
   const UniqueKernelHandle process(information.hProcess);
   if (WaitForSingleObject(process.get(), kTimeLimitMs) != WAIT_OBJECT_0) {
     TerminateProcess(process.get(), ERROR_TIMEOUT);
-    throw std::runtime_error("a program does not end");
+    throw std::runtime_error("a program does not end: " + TextOf(out.get()));
   }
   DWORD exitCode = 0;
   GetExitCodeProcess(process.get(), &exitCode);

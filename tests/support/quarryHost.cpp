@@ -52,7 +52,7 @@ void PrintTo(const LogLine& line, std::ostream* out) {
 
 const std::vector<LogLine>& HostLog::Lines() { return RecordedLines(); }
 
-void HostLog::Clear() { RecordedLines().clear(); }
+void HostLog::Clear() { RecordedLines() = {}; }
 
 void HostLog::Record(std::uint32_t level, const wchar_t* message) { RecordedLines().push_back({level, message}); }
 
