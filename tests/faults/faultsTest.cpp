@@ -2,7 +2,6 @@
 // nothing had been, and nothing is left. A worker process spends the days, so that one that dies names its fault.
 
 #include "tests/faults/hostDays.h"
-
 #include "tests/support/hostTest.h"
 #include "tests/support/importTable.h"
 
@@ -13,8 +12,8 @@
 namespace quarry::test {
 namespace {
 
-/// Tells a worker its work: "DAY FIRST" for the faults of a day in a process that has spent it before, from the FIRST on;
-/// "DAY FUNCTION CALL" for one fault in a new process; "DAY -" to name the faults that a new process can meet.
+/// Tells a worker its work: "DAY FIRST" for the faults of a day in a process that has spent it before, from the FIRST
+/// on; "DAY FUNCTION CALL" for one fault in a new process; "DAY -" to name the faults that a new process can meet.
 constexpr wchar_t kTask[] = L"QUARRY_FAULT_TASK";
 /// So many faults are one worker's.
 constexpr std::size_t kBatch = 40;
@@ -27,17 +26,65 @@ struct Fault {
 /// Those that give something back, that only look at memory, or that the compiler's run time has for itself.
 bool CanFail(const Import& import) {
   static const std::set<std::string> kFromRuntime = {"malloc", "calloc", "realloc", "_wcsdup", "_wfopen"};
-  static const std::set<std::string> kNever = {
-      "AddVectoredExceptionHandler", "CallNextHookEx", "CloseHandle", "CoTaskMemFree", "CoUninitialize", "CompareFileTime",
-      "CryptDestroyHash", "CryptReleaseContext", "DefWindowProcW", "DeleteCriticalSection", "DeleteObject", "DestroyIcon",
-      "DestroyWindow", "EnterCriticalSection", "EqualSid", "FindClose", "FreeLibrary", "FreeSid", "GdipDisposeImage",
-      "GdiplusShutdown", "GetACP", "GetCurrentProcess", "GetCurrentProcessId", "GetCurrentThread", "GetCurrentThreadId",
-      "GetLastError", "GetLengthSid", "GetSystemTimeAsFileTime", "GetTickCount64", "InitializeCriticalSection",
-      "IsDBCSLeadByteEx", "IsDebuggerPresent", "LeaveCriticalSection", "LocalFree", "LockResource", "OutputDebugStringA",
-      "QueryPerformanceCounter", "QueryPerformanceFrequency", "RaiseException", "RegCloseKey", "ReleaseDC",
-      "ReleaseSemaphore", "RtlCaptureContext", "RtlLookupFunctionEntry", "RtlUnwindEx", "RtlVirtualUnwind", "SetLastError",
-      "Sleep", "TlsAlloc", "TlsGetValue", "TlsSetValue", "TryEnterCriticalSection", "UnhookWindowsHookEx",
-      "UnmapViewOfFile", "VirtualAlloc", "VirtualFree", "VirtualProtect", "VirtualQuery", "__C_specific_handler"};
+  static const std::set<std::string> kNever = {"AddVectoredExceptionHandler",
+                                               "CallNextHookEx",
+                                               "CloseHandle",
+                                               "CoTaskMemFree",
+                                               "CoUninitialize",
+                                               "CompareFileTime",
+                                               "CryptDestroyHash",
+                                               "CryptReleaseContext",
+                                               "DefWindowProcW",
+                                               "DeleteCriticalSection",
+                                               "DeleteObject",
+                                               "DestroyIcon",
+                                               "DestroyWindow",
+                                               "EnterCriticalSection",
+                                               "EqualSid",
+                                               "FindClose",
+                                               "FreeLibrary",
+                                               "FreeSid",
+                                               "GdipDisposeImage",
+                                               "GdiplusShutdown",
+                                               "GetACP",
+                                               "GetCurrentProcess",
+                                               "GetCurrentProcessId",
+                                               "GetCurrentThread",
+                                               "GetCurrentThreadId",
+                                               "GetLastError",
+                                               "GetLengthSid",
+                                               "GetSystemTimeAsFileTime",
+                                               "GetTickCount64",
+                                               "InitializeCriticalSection",
+                                               "IsDBCSLeadByteEx",
+                                               "IsDebuggerPresent",
+                                               "LeaveCriticalSection",
+                                               "LocalFree",
+                                               "LockResource",
+                                               "OutputDebugStringA",
+                                               "QueryPerformanceCounter",
+                                               "QueryPerformanceFrequency",
+                                               "RaiseException",
+                                               "RegCloseKey",
+                                               "ReleaseDC",
+                                               "ReleaseSemaphore",
+                                               "RtlCaptureContext",
+                                               "RtlLookupFunctionEntry",
+                                               "RtlUnwindEx",
+                                               "RtlVirtualUnwind",
+                                               "SetLastError",
+                                               "Sleep",
+                                               "TlsAlloc",
+                                               "TlsGetValue",
+                                               "TlsSetValue",
+                                               "TryEnterCriticalSection",
+                                               "UnhookWindowsHookEx",
+                                               "UnmapViewOfFile",
+                                               "VirtualAlloc",
+                                               "VirtualFree",
+                                               "VirtualProtect",
+                                               "VirtualQuery",
+                                               "__C_specific_handler"};
   return import.library == "msvcrt.dll" ? kFromRuntime.contains(import.function) : !kNever.contains(import.function);
 }
 
@@ -52,15 +99,24 @@ Failure FailureOf(const std::string& function) {
   constexpr std::uint64_t kInvalidHandle = ~std::uint64_t{0};
   constexpr std::uint64_t kOutOfMemory = 0x8007000E;
   static const std::map<std::string, std::uint64_t> kResults = {
-      {"AssocQueryStringW", kOutOfMemory},         {"CoCreateInstance", kOutOfMemory},
-      {"CoInitializeEx", kOutOfMemory},            {"PathCreateFromUrlW", kOutOfMemory},
-      {"SHAssocEnumHandlers", kOutOfMemory},       {"SHGetFolderPathW", kOutOfMemory},
-      {"SHGetKnownFolderPath", kOutOfMemory},      {"SHLoadIndirectString", kOutOfMemory},
-      {"CreateFileA", kInvalidHandle},             {"CreateFileW", kInvalidHandle},
-      {"FindFirstFileExW", kInvalidHandle},        {"GetFileAttributesW", INVALID_FILE_ATTRIBUTES},
-      {"WaitForMultipleObjects", WAIT_FAILED},     {"WaitForSingleObject", WAIT_FAILED},
-      {"GetExplicitEntriesFromAclW", ERROR_NOT_ENOUGH_MEMORY}, {"GetNamedSecurityInfoW", ERROR_NOT_ENOUGH_MEMORY},
-      {"GetSecurityInfo", ERROR_NOT_ENOUGH_MEMORY},            {"SHCreateDirectoryExW", ERROR_NOT_ENOUGH_MEMORY},
+      {"AssocQueryStringW", kOutOfMemory},
+      {"CoCreateInstance", kOutOfMemory},
+      {"CoInitializeEx", kOutOfMemory},
+      {"PathCreateFromUrlW", kOutOfMemory},
+      {"SHAssocEnumHandlers", kOutOfMemory},
+      {"SHGetFolderPathW", kOutOfMemory},
+      {"SHGetKnownFolderPath", kOutOfMemory},
+      {"SHLoadIndirectString", kOutOfMemory},
+      {"CreateFileA", kInvalidHandle},
+      {"CreateFileW", kInvalidHandle},
+      {"FindFirstFileExW", kInvalidHandle},
+      {"GetFileAttributesW", INVALID_FILE_ATTRIBUTES},
+      {"WaitForMultipleObjects", WAIT_FAILED},
+      {"WaitForSingleObject", WAIT_FAILED},
+      {"GetExplicitEntriesFromAclW", ERROR_NOT_ENOUGH_MEMORY},
+      {"GetNamedSecurityInfoW", ERROR_NOT_ENOUGH_MEMORY},
+      {"GetSecurityInfo", ERROR_NOT_ENOUGH_MEMORY},
+      {"SHCreateDirectoryExW", ERROR_NOT_ENOUGH_MEMORY},
   };
   if (function.starts_with("Reg") && function != "RegisterClassW") return {ERROR_NOT_ENOUGH_MEMORY};
   if (function.starts_with("Gdip") || function == "GdiplusStartup") return {3};  // OutOfMemory

@@ -38,16 +38,16 @@ void SetSlot(void** slot, void* function) {
 /// Counts in the cell and jumps on, or comes back with a failure. The registers of arguments and the stack stay as they
 /// are; the last error of a thread lies at gs:[68h].
 StubCode StubFor(const void* cell) {
-  StubCode code = {0x49, 0xBA, 0,    0,    0,    0,    0,    0,    0, 0,  // mov r10, cell
-                   0xF0, 0x49, 0xFF, 0x02,                                // lock inc qword ptr [r10]
-                   0x49, 0x8B, 0x02,                                      // mov rax, [r10]
-                   0x49, 0x3B, 0x42, 0x08,                                // cmp rax, [r10 + failingCall]
-                   0x75, 0x11,                                            // jne pass
-                   0x41, 0x8B, 0x42, 0x18,                                // mov eax, [r10 + error]
-                   0x65, 0x89, 0x04, 0x25, 0x68, 0,    0,    0,           // mov gs:[68h], eax
-                   0x49, 0x8B, 0x42, 0x10,                                // mov rax, [r10 + result]
-                   0xC3,                                                  // ret
-                   0x41, 0xFF, 0x62, 0x20,                                // pass: jmp [r10 + target]
+  StubCode code = {0x49, 0xBA, 0,    0,    0,    0, 0, 0, 0, 0,  // mov r10, cell
+                   0xF0, 0x49, 0xFF, 0x02,                       // lock inc qword ptr [r10]
+                   0x49, 0x8B, 0x02,                             // mov rax, [r10]
+                   0x49, 0x3B, 0x42, 0x08,                       // cmp rax, [r10 + failingCall]
+                   0x75, 0x11,                                   // jne pass
+                   0x41, 0x8B, 0x42, 0x18,                       // mov eax, [r10 + error]
+                   0x65, 0x89, 0x04, 0x25, 0x68, 0, 0, 0,        // mov gs:[68h], eax
+                   0x49, 0x8B, 0x42, 0x10,                       // mov rax, [r10 + result]
+                   0xC3,                                         // ret
+                   0x41, 0xFF, 0x62, 0x20,                       // pass: jmp [r10 + target]
                    0xCC, 0xCC, 0xCC, 0xCC};
   std::memcpy(code.data() + 2, &cell, sizeof(cell));
   return code;
