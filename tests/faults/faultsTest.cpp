@@ -193,6 +193,7 @@ class Worker {
 };
 
 TEST(FaultWorker, DISABLED_SpendsItsDays) {
+  EndAtOnceWhenFaulting();
   wchar_t variable[100] = {};
   GetEnvironmentVariableW(kTask, variable, static_cast<DWORD>(std::size(variable)));
   std::istringstream task(Unicode_Utf8FromWide(variable));

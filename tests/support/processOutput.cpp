@@ -41,7 +41,14 @@ std::wstring Quoted(std::wstring_view argument) {
   return result.append(backslashes, L'\\') + L'"';
 }
 
+LONG WINAPI EndProcess(EXCEPTION_POINTERS* /*fault*/) {
+  TerminateProcess(GetCurrentProcess(), 3);
+  return EXCEPTION_EXECUTE_HANDLER;
+}
+
 }  // namespace
+
+void EndAtOnceWhenFaulting() { SetUnhandledExceptionFilter(EndProcess); }
 
 ProcessOutput RunProgram(std::wstring_view name, const std::vector<std::wstring>& arguments,
                          const std::wstring& folder) {
