@@ -57,7 +57,7 @@ bool CanFail(const Import& import) {
                                                "GetTickCount64",
                                                "InitializeCriticalSection",
                                                "IsDBCSLeadByteEx",
-                                               "IsDebuggerPresent",
+                                               "IsDebuggerPresent", "IsWindow",
                                                "LeaveCriticalSection",
                                                "LocalFree",
                                                "LockResource",
