@@ -22,7 +22,8 @@ prefixes=$build/wine
 if [[ ${CTEST_RESOURCE_GROUP_0_LANES:-} =~ ^id:([a-z0-9]+), ]]; then
   name=${BASH_REMATCH[1]}
   display=QUARRY_DISPLAY_$name
-  IFS=' ' read -r DISPLAY XAUTHORITY <<<"${!display:?is not set: no session with the prefix $name is around CTest}"
+  [[ -n ${!display:-} ]] || Die "CTest runs this test in the lane $name, but not in a session of that prefix"
+  IFS=' ' read -r DISPLAY XAUTHORITY <<<"${!display}"
   export DISPLAY XAUTHORITY
 fi
 export WINEPREFIX=$prefixes/$name
