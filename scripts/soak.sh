@@ -4,7 +4,7 @@
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-runs=(appsTest stressTest iconFuzzTest hostDayTest launchTest)
+runs=(appsTest launchTest hostDayTest faultsTest fuzzTest stressTest)
 
 if [[ -z ${QUARRY_SESSION:-} ]]; then
   "$root/scripts/setup.sh" wine
