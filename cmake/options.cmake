@@ -24,11 +24,14 @@ target_compile_definitions(
 
 if(MSVC)
   # The resource compiler does not know these.
-  target_compile_options(quarry_options INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:/W4;/WX;/permissive-;/utf-8;/EHsc>)
+  target_compile_options(quarry_options INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:/W4;/WX;/permissive-;/utf-8;/EHsc;/Zc:threadSafeInit->)
   target_compile_definitions(quarry_options INTERFACE _CRT_SECURE_NO_WARNINGS)
   set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
 else()
   target_compile_options(
     quarry_options
     INTERFACE $<$<COMPILE_LANGUAGE:C,CXX>:-Wall;-Wextra;-Wpedantic;-Wconversion;-Wshadow;-Werror>)
+  # One thread calls the library at a time. A lock around each static's first use would need memory, and the run time
+  # hangs or aborts where it gets none.
+  target_compile_options(quarry_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-threadsafe-statics>)
 endif()

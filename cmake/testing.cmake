@@ -31,6 +31,17 @@ function(quarry_test name)
     add_dependencies(${name} ${arg_NEEDS})
   endif()
   add_test(NAME ${name} COMMAND ${name})
-  # The tests share one registry, one Start menu and one desktop.
-  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} RUN_SERIAL ON)
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
+  quarry_needs_lane(${name})
+endfunction()
+
+# quarry_needs_lane(TEST): nothing else may use the test's registry, Start menu and desktop while it runs. Under Wine there
+# can be several of these, the lanes of lanes.json, which scripts/test.sh hands to CTest; without it, do not ask CTest
+# for more than one job.
+function(quarry_needs_lane test)
+  if(CMAKE_CROSSCOMPILING)
+    set_tests_properties(${test} PROPERTIES RESOURCE_GROUPS "lanes:1")
+  else()
+    set_tests_properties(${test} PROPERTIES RUN_SERIAL ON)
+  endif()
 endfunction()

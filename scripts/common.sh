@@ -60,6 +60,33 @@ Build() {
   (cd "$root" && cmake --build --preset mingw "${targets[@]}")
 }
 
+# MakeTestPrefixes: the prefixes of the lanes in which tests run side by side; RunTests [OPTION...]: CTest in a session
+# of each.
+MakeTestPrefixes() {
+  "$root/scripts/wine.sh" --prefix tests --make
+  "$root/scripts/wine.sh" --prefix tests2 --make
+}
+RunTests() {
+  (cd "$root" && scripts/wine.sh --prefix tests --session scripts/wine.sh --prefix tests2 --session \
+    ctest --preset mingw --resource-spec-file "$root/cmake/lanes.json" --parallel 2 "$@" </dev/null)
+}
+
+# ChangedFiles BASE: the repository's files that are not as in that commit, or new, one per line.
+ChangedFiles() {
+  (cd "$root" && { git diff --name-only "$1" && git ls-files --others --exclude-standard; } | sort -u)
+}
+
+# OwnDependencies: of the build as it is, lines of object and own file that it was compiled from, separated by a tab.
+OwnDependencies() {
+  ninja -C "$build" -t deps | awk -v root="$root/" -v build="$build/" '
+    /^[^ ]/ { object = $1; sub(/:$/, "", object) }
+    /^ / {
+      sub(/^ +/, "")
+      sub(/^\.\.\//, root)  # a compiler cache can make paths relative to the build folder
+      if (index($0, root) == 1 && index($0, build) != 1) print object "\t" substr($0, length(root) + 1)
+    }'
+}
+
 # OwnFiles PATTERN...: the repository's own files, tracked or new, that match the patterns, one per line.
 OwnFiles() {
   (cd "$root" && git ls-files --cached --others --exclude-standard --deduplicate -- "$@" |

@@ -10,7 +10,7 @@ Demo() {
 }
 
 if [[ -z ${QUARRY_SESSION:-} ]]; then
-  "$root/scripts/setup.sh"
+  "$root/scripts/setup.sh" wine
   Step configure Configure
   Step build Build quarry quarryctl linkMaker
   Step wine-prefix Demo --make

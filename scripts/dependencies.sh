@@ -15,65 +15,44 @@ RecipeKey() {
   printf '%s-%s' "$compiler" "$hash"
 }
 
-# WriteSourceLists FOLDER FILTER: the machine's own package sources, turned into lists of source packages and passed
-# through a sed script.
-WriteSourceLists() {
-  local folder=$1 filter=$2 file
-  mkdir -p "$folder"
-  for file in /etc/apt/sources.list /etc/apt/sources.list.d/*.list /etc/apt/sources.list.d/*.sources; do
-    [[ -s $file ]] || continue
-    sed -E -e 's/^Types:.*/Types: deb-src/' -e '/^deb-src[[:space:]]/d' -e 's/^deb([[:space:]])/deb-src\1/' \
-      -e "$filter" "$file" >"$folder/$(basename "$file")"
-  done
+# Mirrors: the package repositories that this machine is set up with, one per line.
+Mirrors() {
+  apt-get update --print-uris | sed -nE "s#^'([^']+)/dists/.*#\1#p" | sort -u
 }
 
-# FetchFromLists NAME FOLDER FILTER: puts the original tar of a source package into FOLDER/tar. Changes nothing of the
-# machine's package state: lists and cache are its own.
-FetchFromLists() {
-  local name=$1 folder=$2
-  rm -rf "$folder"
-  mkdir -p "$folder"/{lists/partial,cache/archives/partial,tar}
-  WriteSourceLists "$folder/sources" "$3"
-  local options=(-o Dir::Etc::sourcelist=/dev/null -o "Dir::Etc::sourceparts=$folder/sources"
-    -o "Dir::State::lists=$folder/lists" -o "Dir::Cache=$folder/cache" -o APT::Sandbox::User=root)
-  # A source of other software may have no source packages: what counts is whether the tar comes.
-  apt-get "${options[@]}" update || true
-  (cd "$folder/tar" && apt-get "${options[@]}" source --download-only --tar-only "$name")
-}
-
-# FetchSource NAME FOLDER: unpacks the source of a package into FOLDER/source. Not every mirror of a release still has
-# each tar, so the next release's is the second choice.
+# FetchSource NAME FOLDER: unpacks the source that the recipe names into FOLDER/source. The recipe names it by its place
+# in the pool, which all releases of a repository share, and its checksum: it is the same source on every machine.
 FetchSource() {
-  local name=$1 folder=$2 codename
-  codename=$(. /etc/os-release && printf '%s' "$VERSION_CODENAME")
-  FetchFromLists "$name" "$folder" '' ||
-    FetchFromLists "$name" "$folder" "s/\\b$codename\\b/trixie/g" || return 1
-  mkdir "$folder/source"
-  tar -xf "$folder"/tar/*.orig.tar.* -C "$folder/source" --strip-components 1
+  local name=$1 folder=$2 checksum place mirror
+  read -r checksum place <"$root/cmake/dependencies/$name/source.sha256"
+  mkdir -p "$folder/source"
+  while IFS= read -r mirror; do
+    # With apt's own proxies and certificates. It leaves no file whose checksum is another.
+    if /usr/lib/apt/apt-helper -o APT::Sandbox::User=root download-file "$mirror/pool/$place" "$folder/tar" \
+      "SHA256:$checksum"; then
+      tar -xf "$folder/tar" -C "$folder/source" --strip-components 1
+      return
+    fi
+  done < <(Mirrors)
+  Die "no package repository of this machine has pool/$place with the checksum of cmake/dependencies/$name/source.sha256"
 }
 
 # ProvideDependency NAME VARIABLE: links build/deps/NAME to the built library in the cache and builds it there when it is
 # missing. VARIABLE is how its recipe wants to be told the folder of the sources.
 ProvideDependency() {
-  local name=$1 variable=$2 key work found version
-  key=$(RecipeKey "$name")
+  local name=$1 variable=$2 work found
+  found=$cache/$name-$(RecipeKey "$name")
   mkdir -p "$cache" "$deps"
-  # The release is known only after the fetch, so any release that this recipe has built will do.
-  found=$(find "$cache" -maxdepth 1 -type d -name "$name-*-$key" | sort -V | tail -n 1)
-  if [[ -z $found ]]; then
+  if [[ ! -d $found ]]; then
     # Beside its final place: the rename that publishes it must not cross file systems.
     work=$(mktemp -d "$cache/.$name.XXXXXX")
     # shellcheck disable=SC2064  # "work" is gone when the trap runs
     trap "rm -rf '$work'" EXIT
     FetchSource "$name" "$work/fetch"
-    version=$(basename "$work"/fetch/tar/*.orig.tar.*)
-    version=${version#*_}
-    version=${version%.orig.tar.*}
     cmake -G Ninja -S "$root/cmake/dependencies/$name" -B "$work/build" -DCMAKE_TOOLCHAIN_FILE="$toolchain" \
       -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$work/install" "-D$variable=$work/fetch/source"
     cmake --build "$work/build"
     cmake --install "$work/build"
-    found=$cache/$name-$version-$key
     # Another clone may have been quicker; then its result serves as well.
     mv -T "$work/install" "$found" || [[ -d $found ]]
   fi

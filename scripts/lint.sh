@@ -2,6 +2,10 @@
 # Checks the tree's own C++ files with clang-tidy, its scripts with shellcheck, and that no source needs one compiler.
 # Needs a finished build. A file is checked again only when it, a header of it, its flags or the tools have changed: what
 # passed is remembered by a hash of all that, for all clones of this user.
+#
+#   lint.sh                  everything
+#   lint.sh --since COMMIT   the files that are not as in that commit; a header by the first file that includes it
+#   lint.sh --file FILE KEY  one file; KEY is any name
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -48,17 +52,6 @@ CompiledFiles() {
     }' "$build/compile_commands.json"
 }
 
-# OwnDependencies: lines of object and own file that it was compiled from, separated by a tab.
-OwnDependencies() {
-  ninja -C "$build" -t deps | awk -v root="$root/" -v build="$build/" '
-    /^[^ ]/ { object = $1; sub(/:$/, "", object) }
-    /^ / {
-      sub(/^ +/, "")
-      sub(/^\.\.\//, root)  # a compiler cache can make paths relative to the build folder
-      if (index($0, root) == 1 && index($0, build) != 1) print object "\t" substr($0, length(root) + 1)
-    }'
-}
-
 # LintFile FILE KEY: one file's check. Its findings come out in one piece because several run at a time.
 LintFile() {
   local file=$1 key=$2 errors=$build/lint/$2.err findings
@@ -76,14 +69,26 @@ LintFile() {
   return 1
 }
 
+# ObjectsSince COMMIT: for each file that is not as in that commit, one object that was compiled from it.
+ObjectsSince() {
+  awk -F '\t' 'FNR == NR { changed[$0]; next } $2 in changed && !seen[$2]++ { print $1 }' \
+    <(ChangedFiles "$1") <(OwnDependencies)
+}
+
+# TidyChangedFiles [COMMIT]: all files, or those that have changed since then.
 TidyChangedFiles() {
   local common file object command key checked
   common=$(CommonKey | sha256sum)
+  declare -A wanted=()
+  if (($# > 0)); then
+    while IFS= read -r object; do wanted[$object]=1; done < <(ObjectsSince "$1")
+  fi
   declare -A dependencies=()
   while IFS=$'\t' read -r object file; do
     dependencies[$object]+=$file$'\n'
   done < <(OwnDependencies)
   while IFS=$'\t' read -r file object command; do
+    (($# == 0)) || [[ -n ${wanted[$object]:-} ]] || continue
     [[ -n ${dependencies[$object]:-} ]] || Die "$object is not built: build before linting"
     key=$({ printf '%s\n' "$common" "${command//"$root"/.}" &&
       xargs -d '\n' sha256sum <<<"${dependencies[$object]%$'\n'}"; } | sha256sum | cut -d' ' -f1)
@@ -118,8 +123,11 @@ if [[ ${1:-} == --file ]]; then
   exit
 fi
 
+since=()
+if [[ ${1:-} == --since ]]; then since=("${2:?--since needs a commit}"); fi
+
 status=0
 FindOneCompilersCode || status=1
 CheckScripts || status=1
-TidyChangedFiles || status=1
+TidyChangedFiles "${since[@]}" || status=1
 exit "$status"

@@ -2,15 +2,21 @@
 # Brings the machine to where the tree can be configured: installs what packages are missing, builds the libraries that
 # Debian has no Windows package of (once per machine, in a cache outside the tree) and links all of them into build/deps.
 # Does nothing, quickly, when all is there.
+#
+#   setup.sh                          all packages
+#   setup.sh [wine] [lint] [browser]  those of the build and of these groups of packages.txt
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 source "$root/scripts/dependencies.sh"
+
+groups=("$@")
+((${#groups[@]} > 0)) || groups=(wine lint browser)
 
 InstallPackages() {
   local package missing=()
   while IFS= read -r package; do
     [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) == installed ]] || missing+=("$package")
-  done < <(grep -v '^#' "$root/scripts/packages.txt")
+  done < <(for group in build "${groups[@]}"; do sed -n "s/^$group: //p" "$root/scripts/packages.txt"; done | tr ' ' '\n')
   ((${#missing[@]} > 0)) || return 0
   printf 'missing: %s\n' "${missing[*]}"
   AsRoot env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300 update

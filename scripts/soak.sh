@@ -4,10 +4,10 @@
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-runs=(stressTest iconFuzzTest hostDayTest launchTest)
+runs=(appsTest launchTest hostDayTest faultsTest fuzzTest stressTest)
 
 if [[ -z ${QUARRY_SESSION:-} ]]; then
-  "$root/scripts/setup.sh"
+  "$root/scripts/setup.sh" wine
   Step configure Configure
   Step build Build "${runs[@]}"
   Step wine-prefix "$root/scripts/wine.sh" --prefix soak --make

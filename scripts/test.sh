@@ -8,10 +8,8 @@ Step configure Configure
 Step build Build
 Step format "$root/scripts/format.sh" --check
 Step lint "$root/scripts/lint.sh"
-Step wine-prefix "$root/scripts/wine.sh" --prefix tests --make
+Step wine-prefix MakeTestPrefixes
 
-# CTest's own report is this script's last output. All tests share one desktop.
+# CTest's own report is this script's last output.
 log=$logs/tests.log
-cd "$root"
-"$root/scripts/wine.sh" --prefix tests --session ctest --preset mingw "$@" </dev/null 2>&1 | tee "$log" ||
-  Die "step 'tests' failed, its log is $log"
+RunTests "$@" 2>&1 | tee "$log" || Die "step 'tests' failed, its log is $log"

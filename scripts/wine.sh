@@ -4,7 +4,7 @@
 #   wine.sh [--prefix NAME] PROGRAM [ARGUMENT...]   build/wine/NAME, "default" without the option; made when missing
 #   wine.sh [--prefix NAME] --make                  only makes the prefix
 #   wine.sh [--prefix NAME] --session COMMAND...    runs a command with a display of its own, for many programs to share,
-#                                                   and then ends what still runs in the prefix
+#                                                   and then ends what still runs in the prefix; can be nested
 #
 # Programs see the prefix's folder in QUARRY_WINEPREFIX.
 
@@ -18,6 +18,14 @@ fi
 (($# > 0)) || Die "usage: wine.sh [--prefix NAME] (--make | --session COMMAND... | PROGRAM [ARGUMENT...])"
 
 prefixes=$build/wine
+# CTest gives each test one of its lanes, a prefix on a display of its own.
+if [[ ${CTEST_RESOURCE_GROUP_0_LANES:-} =~ ^id:([a-z0-9]+), ]]; then
+  name=${BASH_REMATCH[1]}
+  display=QUARRY_DISPLAY_$name
+  [[ -n ${!display:-} ]] || Die "CTest runs this test in the lane $name, but not in a session of that prefix"
+  IFS=' ' read -r DISPLAY XAUTHORITY <<<"${!display}"
+  export DISPLAY XAUTHORITY
+fi
 export WINEPREFIX=$prefixes/$name
 export WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
 export QUARRY_WINEPREFIX=$WINEPREFIX
@@ -58,9 +66,10 @@ StopPrefix() {
 
 # Session COMMAND...: the prefix's desktop belongs to the display it was started on, so it has to end before that does.
 Session() {
-  if [[ -z ${QUARRY_SESSION:-} ]]; then
+  if [[ ${QUARRY_SESSION:-} != "$name" ]]; then
     QUARRY_SESSION=$name exec xvfb-run -a "${BASH_SOURCE[0]}" --prefix "$name" --session "$@"
   fi
+  export "QUARRY_DISPLAY_$name=$DISPLAY $XAUTHORITY"
   trap StopPrefix EXIT
   "$@"
 }

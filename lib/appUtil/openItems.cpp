@@ -162,13 +162,13 @@ UniqueRegistryKey OpenClassKey(const std::wstring& progId) {
 }
 
 /// False, with the last error, for a request that the shell must not see: one that is too long for it, or whose item
-/// would end the quotes around it and go on as further parameters.
+/// would leave the place that the handler's command line has for it.
 bool IsFitForShell(const SHELLEXECUTEINFOW& request, const std::wstring& item) {
   const bool tooLong = wcsnlen(request.lpFile, kLongestItem + 1) > kLongestItem;
-  const bool endsQuotes = request.lpParameters != nullptr && item.find(L'"') != std::wstring::npos;
+  const bool leavesPlace = !AppUtil_IsOneArgument(item);
   if (tooLong) SetLastError(ERROR_FILENAME_EXCED_RANGE);
-  if (endsQuotes) SetLastError(ERROR_BAD_ARGUMENTS);
-  return !tooLong && !endsQuotes;
+  if (leavesPlace) SetLastError(ERROR_BAD_ARGUMENTS);
+  return !tooLong && !leavesPlace;
 }
 
 bool OpenItem(const std::wstring& item, OpenItemKind kind, const Handler& handler,
@@ -205,6 +205,13 @@ bool OpenItem(const std::wstring& item, OpenItemKind kind, const Handler& handle
 }
 
 }  // namespace
+
+bool AppUtil_IsOneArgument(std::wstring_view item) {
+  return std::none_of(item.begin(), item.end(), [](wchar_t character) {
+    const bool isControl = character < L' ' || (character >= 0x7F && character <= 0x9F);  // Unicode's category Cc
+    return isControl || character == L'"';
+  });
+}
 
 std::vector<std::wstring> AppUtil_OpenItems(const std::vector<std::wstring>& items, OpenItemKind kind,
                                             const std::wstring& applicationPath) {

@@ -12,6 +12,13 @@ constexpr DWORD kCapacity = 2048;
 constexpr DWORD kLongestNameList = kCapacity - 3;
 constexpr DWORD kLongestValue = kCapacity - 2;
 
+/// What the profile function writes into `buffer`, by its count. A longer name is none that it takes; Wine (8.0) copies
+/// it all the same, beyond its own buffer.
+DWORD ReadProfile(const std::wstring& path, const wchar_t* section, const wchar_t* key, std::vector<wchar_t>& buffer) {
+  if (path.size() >= MAX_PATH) return 0;
+  return GetPrivateProfileStringW(section, key, nullptr, buffer.data(), kCapacity, path.c_str());
+}
+
 }  // namespace
 
 IniFile::IniFile(std::wstring path) : path_(std::move(path)) {}
@@ -19,7 +26,7 @@ IniFile::IniFile(std::wstring path) : path_(std::move(path)) {}
 std::vector<std::wstring> IniFile::GetSectionNames() const {
   // Zeroed and one longer than the function is told, so that the list ends even where the function does not end it.
   std::vector<wchar_t> buffer(kCapacity + 1, L'\0');
-  const DWORD length = GetPrivateProfileStringW(nullptr, nullptr, nullptr, buffer.data(), kCapacity, path_.c_str());
+  const DWORD length = ReadProfile(path_, nullptr, nullptr, buffer);
   if (length == 0 || length > kLongestNameList) return {};
 
   std::vector<std::wstring> names;
@@ -29,8 +36,7 @@ std::vector<std::wstring> IniFile::GetSectionNames() const {
 
 std::wstring IniFile::GetString(const std::wstring& section, const std::wstring& key) const {
   std::vector<wchar_t> buffer(kCapacity, L'\0');
-  const DWORD length =
-      GetPrivateProfileStringW(section.c_str(), key.c_str(), nullptr, buffer.data(), kCapacity, path_.c_str());
+  const DWORD length = ReadProfile(path_, section.c_str(), key.c_str(), buffer);
   if (length == 0 || length > kLongestValue) return {};
   return {buffer.data(), length};
 }

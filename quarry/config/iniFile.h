@@ -7,8 +7,8 @@
 
 namespace quarry {
 
-/// Reads an INI file through the platform's profile functions, afresh at each call. A file that is missing or cannot be
-/// read has no sections and no values.
+/// Reads an INI file through the platform's profile functions, afresh at each call. A file that is missing, cannot be
+/// read or has a name of 260 characters or more has no sections and no values.
 class IniFile {
  public:
   explicit IniFile(std::wstring path);

@@ -27,16 +27,19 @@ std::optional<LaunchItems> ReadLaunchParameters(const LaunchRequest& request) {
     const std::wstring type = OrEmpty(request.parameters[index].type);
     const std::wstring value = OrEmpty(request.parameters[index].value);
     Log(LogLevel::Detail, L"Param: %d, Type: '%s', Value: '%s'\n", index + 1, type.c_str(), value.c_str());
-    if (IsType(type, L"appCommandLine")) {
-      items.commandLine = value;
-    } else if (IsType(type, L"file-path") || IsType(type, L"url")) {
-      std::optional<AcceptedItem> item = AcceptItem(value, allowLocalFiles);
-      if (!item) return std::nullopt;
-      (item->kind == OpenItemKind::Url ? items.urls : items.files).push_back(std::move(item->text));
-    } else {
+    const bool isCommandLine = IsType(type, L"appCommandLine");
+    if (!isCommandLine && !IsType(type, L"file-path") && !IsType(type, L"url")) {
       Log(LogLevel::Error, L"Invalid custom parameter file type: '%s'\n", type.c_str());
       return std::nullopt;
     }
+    if (!IsOfAllowedLength(value)) return std::nullopt;
+    if (isCommandLine) {
+      items.commandLine = value;
+      continue;
+    }
+    std::optional<AcceptedItem> item = AcceptItem(value, allowLocalFiles);
+    if (!item) return std::nullopt;
+    (item->kind == OpenItemKind::Url ? items.urls : items.files).push_back(std::move(item->text));
   }
   return items;
 }

@@ -16,7 +16,7 @@ struct LaunchItems {
 };
 
 /// Reads the custom parameters of a request that has some, in order, and has each file and URL judged (AcceptItem).
-/// Nothing, with a message, as soon as one is refused or of no known type.
+/// Nothing, with a message, as soon as one is refused, too long or of no known type.
 std::optional<LaunchItems> ReadLaunchParameters(const LaunchRequest& request);
 
 }  // namespace quarry

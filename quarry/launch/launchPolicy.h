@@ -19,13 +19,32 @@ struct AcceptedItem {
   std::wstring text;  ///< the path or the URL to be opened
 };
 
-/// Judges a file or URL of the client's by the place that it leads to: files on client drives and URLs are accepted,
-/// other network paths never, local paths only with `allowLocalFiles`. Nothing, with a message, when it is refused.
+/// False, with a message, for a value of a custom parameter that is longer than any command line.
+bool IsOfAllowedLength(const std::wstring& value);
+
+/// Judges a file or URL of the client's by the place that it leads to, behind all schemes: files on client drives and
+/// URLs are accepted, other network paths never, local paths only with `allowLocalFiles`. Nothing, with a message, when
+/// it is refused.
 std::optional<AcceptedItem> AcceptItem(const std::wstring& value, bool allowLocalFiles);
 
-/// The item as the only argument of `program`, quoted for it where that is needed. Nothing, with the platform's error
-/// in GetLastError, when the program would not take the item as one argument.
-std::optional<std::wstring> ArgumentFor(const std::wstring& program, const std::wstring& item);
+/// What a program may be started with, by what reads its command line.
+class ItemRules {
+ public:
+  /// `program` is what is started in the end: a shortcut, when it is not known where it leads.
+  explicit ItemRules(const std::wstring& program);
+
+  /// Whether handlers registered for the item's type may open it with the program: their command lines need not quote
+  /// it.
+  bool AllowHandlers(const std::wstring& item) const;
+
+  /// The item as the program's only argument, quoted where that is needed. Nothing, with the platform's error in
+  /// GetLastError, when quotes do not make one argument of it.
+  std::optional<std::wstring> ArgumentFor(const std::wstring& item) const;
+
+ private:
+  bool isInterpreter_ = false;
+  std::wstring unprotected_;  // characters that quotes do not keep from the interpreter
+};
 
 /// Whether the shell may see a path as what it is to start. False leaves the platform's error in GetLastError.
 bool IsFitForShell(const std::wstring& path);

@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <limits>
 #include <optional>
 #include <unordered_map>
 #include <utility>
@@ -26,10 +25,16 @@ constexpr std::uint32_t kDefaultFileTimeout = 15000;  // milliseconds
 constexpr DWORD kLookInterval = 100;                  // milliseconds
 
 /// Hands the items to the handlers registered for the application, and starts the application itself for each item
-/// that they do not open.
+/// that they do not open or must not get.
 std::uint32_t OpenItems(ShellStart& start, const std::vector<std::wstring>& items, OpenItemKind kind) {
   const ULONGLONG begin = GetTickCount64();
-  const std::vector<std::wstring> unopened = AppUtil_OpenItems(items, kind, start.Target());
+  const ItemRules rules(start.Target());
+  std::vector<std::wstring> direct;
+  std::vector<std::wstring> forHandlers;
+  std::partition_copy(items.begin(), items.end(), std::back_inserter(forHandlers), std::back_inserter(direct),
+                      [&rules](const std::wstring& item) { return rules.AllowHandlers(item); });
+  std::vector<std::wstring> unopened = AppUtil_OpenItems(forHandlers, kind, start.Target());
+  unopened.insert(unopened.end(), std::make_move_iterator(direct.begin()), std::make_move_iterator(direct.end()));
   Log(LogLevel::Detail, L"Opening %I64u %s(s) took %I64u ms.\n", static_cast<std::uint64_t>(items.size()), L"file",
       GetTickCount64() - begin);
   if (unopened.empty()) return QUARRY_LAUNCH_OK;
@@ -38,17 +43,19 @@ std::uint32_t OpenItems(ShellStart& start, const std::vector<std::wstring>& item
       static_cast<std::uint64_t>(unopened.size()), static_cast<std::uint64_t>(items.size()), L"file");
   std::uint32_t result = QUARRY_LAUNCH_OK;
   for (const std::wstring& item : unopened) {
-    if (!start.RunWith(item)) result = QUARRY_LAUNCH_FAILED;
+    if (!start.RunWith(rules.ArgumentFor(item))) result = QUARRY_LAUNCH_FAILED;
   }
   return result;
 }
 
-/// Moves the files that exist by now to the result. Looks once at each path, and no more once the deadline has passed.
+/// Moves the files that exist by now to the result. Looks once at each path, and behind the first no more once the
+/// deadline has passed: a drive that answers slowly holds the host's thread for each look.
 std::vector<std::wstring> TakeExisting(std::vector<std::wstring>& waiting, ULONGLONG deadline) {
   std::unordered_map<std::wstring, bool> found;
   const auto exists = [&](const std::wstring& file) {
     const auto [entry, isNew] = found.try_emplace(file, false);
-    if (isNew && GetTickCount64() <= deadline) entry->second = PathFileExistsW(file.c_str()) != FALSE;
+    const bool mayLook = isNew && (found.size() == 1 || GetTickCount64() <= deadline);
+    if (mayLook) entry->second = PathFileExistsW(file.c_str()) != FALSE;
     return entry->second;
   };
   const auto missing = std::stable_partition(waiting.begin(), waiting.end(), exists);
@@ -130,8 +137,8 @@ std::uint32_t Launcher::OpenFilesAndUrls(ShellStart& start, LaunchItems items) c
   if (!items.urls.empty()) result = OpenItems(start, items.urls, OpenItemKind::Url);
 
   const ULONGLONG deadline = GetTickCount64() + timeout;
-  for (ULONGLONG lookUntil = std::numeric_limits<ULONGLONG>::max();; lookUntil = deadline) {  // all get a first look
-    const std::vector<std::wstring> ready = TakeExisting(items.files, lookUntil);
+  for (;;) {
+    const std::vector<std::wstring> ready = TakeExisting(items.files, deadline);
     if (!ready.empty()) result = std::max(result, OpenItems(start, ready, OpenItemKind::File));
     if (items.files.empty()) return result;
     Sleep(kLookInterval);

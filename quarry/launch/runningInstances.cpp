@@ -4,6 +4,7 @@
 
 #include "lib/appUtil/windowProcess.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace quarry {
@@ -34,24 +35,24 @@ HWND RunningInstances::FindWindowFor(const LaunchRequest& request, const Applica
 }
 
 void RunningInstances::Track(UniqueKernelHandle process, std::wstring target, std::wstring arguments) {
+  ForgetEnded();
   HANDLE key = process.get();
   processes_.insert_or_assign(key, Tracked{std::move(process), std::move(target), std::move(arguments)});
 }
 
 /// A tracked process counts only when it was started with other arguments: an equal start is meant to be a second
-/// instance. Processes of the same target that have ended are forgotten on the way.
+/// instance.
 bool RunningInstances::IsTracked(const std::wstring& target, const std::wstring& arguments) {
-  for (auto entry = processes_.begin(); entry != processes_.end();) {
-    const Tracked& tracked = entry->second;
-    const bool sameTarget = tracked.target == target;
-    if (sameTarget && WaitForSingleObject(tracked.process.get(), 0) != WAIT_TIMEOUT) {
-      entry = processes_.erase(entry);
-      continue;
-    }
-    if (sameTarget && tracked.arguments != arguments) return true;
-    ++entry;
-  }
-  return false;
+  ForgetEnded();
+  return std::any_of(processes_.begin(), processes_.end(), [&](const auto& entry) {
+    return entry.second.target == target && entry.second.arguments != arguments;
+  });
+}
+
+/// A host that runs for weeks would else hold a handle for each process that it ever tracked.
+void RunningInstances::ForgetEnded() {
+  std::erase_if(processes_,
+                [](const auto& entry) { return WaitForSingleObject(entry.second.process.get(), 0) != WAIT_TIMEOUT; });
 }
 
 void BringForward(HWND window, bool maximize) {

@@ -25,7 +25,7 @@ class RunningInstances {
   /// The window to bring forward instead of starting the application; null when it is to be started.
   HWND FindWindowFor(const LaunchRequest& request, const Application& application);
 
-  /// Remembers a process that was started for the program `target` with `arguments`.
+  /// Remembers a process that was started for the program `target` with `arguments`, until it has ended.
   void Track(UniqueKernelHandle process, std::wstring target, std::wstring arguments);
 
  private:
@@ -36,6 +36,7 @@ class RunningInstances {
   };
 
   bool IsTracked(const std::wstring& target, const std::wstring& arguments);
+  void ForgetEnded();
 
   const WindowManager& windowManager_;
   std::map<HANDLE, Tracked> processes_;

@@ -59,8 +59,7 @@ bool ShellStart::Run() {
   return true;
 }
 
-bool ShellStart::RunWith(const std::wstring& item) {
-  std::optional<std::wstring> argument = ArgumentFor(target_, item);
+bool ShellStart::RunWith(std::optional<std::wstring> argument) {
   if (!argument) {
     ReportFailure();
     return false;

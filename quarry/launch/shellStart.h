@@ -26,8 +26,8 @@ class ShellStart {
 
   /// Has the shell start the application; false, with a message, when it does not.
   bool Run();
-  /// The same with `item` as the application's only parameter.
-  bool RunWith(const std::wstring& item);
+  /// The same with `argument` as the application's only parameter; without one it fails with the last error.
+  bool RunWith(std::optional<std::wstring> argument);
 
   /// The process that Run has started. Null when it was not asked for, and when the shell had no need of a new one.
   UniqueKernelHandle TakeProcess() { return std::move(process_); }

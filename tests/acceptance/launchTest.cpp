@@ -1,9 +1,11 @@
 // What is started, opened, brought forward and refused, with a fixture program that tells how it was started.
 
 #include "tests/support/hostTest.h"
+#include "tests/support/importTable.h"
 #include "tests/support/startedPrograms.h"
 
 #include <thread>
+#include <tuple>
 
 namespace quarry::test {
 namespace {
@@ -79,6 +81,12 @@ class Launch : public Test {
   }
   std::wstring WriteLink(const wchar_t* name, const std::wstring& target) const {
     return programs_.Folder().WriteLink(name, target, {.arguments = L"from-link"});
+  }
+
+  /// Writes a batch file that starts the fixture program with what it is started with itself.
+  std::wstring WriteBatch(const wchar_t* name) const {
+    constexpr char kText[] = "@\"%~dp0echo.exe\" %*\r\n";
+    return programs_.Folder().WriteBytes(name, {reinterpret_cast<const std::uint8_t*>(kText), sizeof(kText) - 1});
   }
 
   const RegistryFixture settings_{kSettingsKey};
@@ -166,6 +174,8 @@ TEST_F(Launch, RefusesWhatThePolicyDoesNotAllow) {
   const std::pair local(L"Opening the local file path '", L"' is not allowed by administrator policy.\n");
   const std::pair network(L"The network path '",
                           L"' is not related to Client Drive Redirection and thus is not allowed to be opened.\n");
+  const std::pair length(L"A custom parameter of 32768 characters is too long, ", L"32767 are allowed.\n");
+  const std::wstring endless(32'768, L'x');
   const struct {
     std::wstring type;
     std::wstring value;
@@ -184,11 +194,29 @@ TEST_F(Launch, RefusesWhatThePolicyDoesNotAllow) {
       {L"url", L"file:///C:/" + std::wstring(3'000, L'x'), 8, network},
       {L"file-path", L"\\\\tsclient", 8, network},
       {L"file-path", L"\\\\tsclientevil\\C\\a.txt", 8, network},
+      {L"url", L"-javaagent:\\\\tsclient\\C\\evil.jar", 0, local},
+      {L"url", L"win.ini::$DATA", 0, local},
+      {L"url", L"url:win.ini", 0, local},
+      {L"url", L"url:file:///C:/windows/win.ini", 0, local},
+      {L"url", L"view-source:file:///C:/windows/win.ini", 0, local},
+      {L"url", L"View-Source: c:/windows/win.ini", 0, local},
+      {L"url", L"file:url:http://host/", 0, local},
+      {L"url", L"url://server/share/a.txt", 8, network},
+      {L"url", L"view-source:\\\\server\\share\\a.txt", 8, network},
+      {L"file-path", L" \\\\server\\share\\a.txt", 8, network},
+      {L"file-path", L"\\??\\UNC\\server\\share\\a.txt", 8, network},
+      {L"file-path", L"/?\?/C:\\windows\\win.ini", 8, network},
+      {L"file-path", L"\\\\?\\GLOBALROOT\\Device\\Mup\\server\\share\\a.txt", 8, network},
+      {L"file-path", L"//?/C:/windows/win.ini", 8, network},
+      {L"url", L"file:\\\\.\\C:\\windows\\win.ini", 8, network},
+      {L"appCommandLine", endless, 8, length},
+      {L"url", endless, 8, length},
   };
   for (const auto& [type, value, flags, message] : kRefused) {
     SCOPED_TRACE(PrintToString(value));
     EXPECT_EQ(Run({{L"appCommandLine", L"before"}, {type.c_str(), value}}, flags), QUARRY_LAUNCH_REFUSED);
-    EXPECT_TRUE(Said(0, message.first + (message == unknown ? type : value) + message.second));
+    const std::wstring& named = message == unknown ? type : value;
+    EXPECT_TRUE(Said(0, message.first + (message == length ? L"" : named) + message.second));
     EXPECT_TRUE(Said(3, Str_FormatWide(L"Param: 2, Type: '%s', Value: '%s'\n", type.c_str(), value.c_str())));
   }
   EXPECT_THAT(programs_.Take(0), IsEmpty());
@@ -198,30 +226,71 @@ TEST_F(Launch, OpensLocalFilesAndUrlsAtOnceEachAsTheOnlyArgument) {
   const std::wstring file = programs_.Folder().WriteText(L"my file.qtest", L"text");
   const Parameters parameters = {{L"file-path", file},
                                  {L"appCommandLine", L"/dropped"},
-                                 {L"url", L"qtest://host/a\\\" --evil \\\\\"b"},
+                                 {L"url", L"view-source:qtest://a?b=c"},
                                  {L"url", L"qtest://a b\\\\"},
                                  {L"url", L"qtest://plain\\"}};
   EXPECT_EQ(Run(program_, QUARRY_LAUNCH_ALLOW_LOCAL_FILES, L"dropped", L"", parameters), QUARRY_LAUNCH_OK);
   EXPECT_THAT(programs_.Take(4), ElementsAre(L"\"" + file + L"\"", L"\"qtest://a b\\\\\\\\\"",
-                                             L"\"qtest://host/a\\\\\\\" --evil \\\\\\\\\\\"b\"", L"qtest://plain\\"));
+                                             L"\"view-source:qtest://a?b=c\"", L"qtest://plain\\"));
   EXPECT_EQ(HostLog::CountHolding(L"Opening 3 file(s) took "), 1U);
   EXPECT_TRUE(
       Said(3, L"Failed to open 3 of 3 file(s) using the built-in Windows methods. Opening them manually now.\n"));
 }
 
-TEST_F(Launch, GivesBatchFilesOnlyWhatTheirInterpreterTakesAsOneArgument) {
-  constexpr char kText[] = "@\"%~dp0echo.exe\" %*\r\n";
-  const auto write = [&](const wchar_t* name) {
-    return programs_.Folder().WriteBytes(name, {reinterpret_cast<const std::uint8_t*>(kText), sizeof(kText) - 1});
+TEST_F(Launch, GivesInterpretersOnlyWhatTheyTakeAsOneArgument) {
+  const std::wstring upper = WriteBatch(L"one.CMD");
+  const std::wstring everyProgram = L"\"\n\r\t\x7F";
+  const std::wstring everyBatch = L"!%" + everyProgram;
+  const std::wstring all = L"&|<>^();,=`$" + everyBatch;
+  const struct {
+    std::wstring path;
+    std::wstring refused;  // of all that may have a meaning
+    std::wstring before = {};
+  } kCases[] = {
+      {program_, everyProgram},
+      {L"\"" + WriteBatch(L"two.bat") + L"\"", everyBatch},
+      {upper + L" .", everyBatch},
+      {WriteLink(L"Odd.lnk", upper), everyBatch, L"from-link "},
+      {WriteLink(L"Plain.lnk", programs_.Program(L"Shouted.EXE")), everyProgram, L"from-link "},
+      {programs_.Program(L"WScript.exe"), everyBatch},
+      {programs_.Program(L"cmd.exe"), L"&|<>^" + everyBatch},
+      {programs_.Folder() / L"echo", L"&|<>^" + everyBatch},  // whatever the shell finds
+      {programs_.Program(L"PowerShell.EXE"), all},
+      {WriteLink(L"Shell.lnk", programs_.Program(L"pwsh.exe")), all, L"from-link "},
+      {programs_.Program(L"mshta.exe"), all},
+      {programs_.Program(L"rundll32.exe"), all},
   };
-  const Parameters urls = {{L"url", L"qtest://%USERNAME%"}, {L"url", L"qtest://a\"&b"}, {L"url", L"qtest://a\nb"},
-                           {L"url", L"qtest://a\rb"},       {L"url", L"qtest://a&b"},   {L"url", L"qtest://plain"}};
-  for (const std::wstring& path : {write(L"two.bat"), write(L"one.CMD"), WriteLink(L"Odd.lnk", write(L"one.CMD"))}) {
+  for (const auto& [path, refused, before] : kCases) {
+    SCOPED_TRACE(PrintToString(path));
+    std::wstring taken = L"qtest://";
+    Parameters urls = {{L"url", L"qtest://plain"}};
+    for (const wchar_t character : all) {
+      if (refused.find(character) == std::wstring::npos) {
+        taken += character;
+      } else {
+        urls.emplace_back(L"url", std::wstring(L"qtest://a") + character);
+      }
+    }
+    urls.emplace_back(L"url", taken);
+    const wchar_t* const plain = refused == everyProgram ? L"qtest://plain" : L"\"qtest://plain\"";
     EXPECT_EQ(Run(path, 0, L"", L"", urls), QUARRY_LAUNCH_FAILED);
-    EXPECT_EQ(HostLog::Count(0, L"ShellExecuteEx failed, error = 160\n"), 4U);
-    const std::wstring given = path.ends_with(L"lnk") ? L"from-link \"qtest://" : L"\"qtest://";
-    EXPECT_THAT(programs_.Take(2), ElementsAre(given + L"a&b\"", given + L"plain\""));
+    EXPECT_EQ(HostLog::Count(0, L"ShellExecuteEx failed, error = 160\n"), refused.size());
+    EXPECT_THAT(programs_.Take(2),
+                UnorderedElementsAre(before + plain, before + Str_FormatWide(L"\"%s\"", taken.c_str())));
   }
+}
+
+TEST_F(Launch, KeepsThePromptFromRunningWhatAClientNames) {
+  const ClientDrive drive;
+  drive.Write(L"a&calc.exe");
+  const std::wstring link = programs_.Folder().WriteLink(L"Prompt.lnk", L"C:\\windows\\system32\\cmd.exe",
+                                                         {.arguments = L"/c " + WriteBatch(L"start.bat")});
+  const Parameters items = {{L"url", L"https://h/?a=1&" + program_},
+                            {L"file-path", L"\\\\tsclient\\C\\a&calc.exe"},
+                            {L"url", L"https://plain"}};
+  EXPECT_EQ(Run(link, 0, L"", L"", items), QUARRY_LAUNCH_FAILED);
+  EXPECT_EQ(HostLog::Count(0, L"ShellExecuteEx failed, error = 160\n"), 2U);
+  EXPECT_THAT(programs_.Take(1), ElementsAre(L"\"https://plain\""));
 }
 
 TEST_F(Launch, WaitsForRedirectedFilesAndReportsThoseThatDoNotAppear) {
@@ -244,6 +313,47 @@ TEST_F(Launch, WaitsForRedirectedFilesAndReportsThoseThatDoNotAppear) {
   EXPECT_LT(TimeOf(L"Timeout was reached"), kLongestWait);
   EXPECT_THAT(programs_.Take(2), ElementsAre(L"\"\\\\tsclient\\C\\later one.qtest\"", L"\\\\TSClient\\C\\there.qtest"));
   EXPECT_TRUE(Said(0, L"File '\\\\tsclient\\C\\never.qtest' doesn't exist\n"));
+}
+
+ULONGLONG g_clock = 0;  // milliseconds, while it stands for the platform's
+std::size_t g_looks = 0;
+
+TEST_F(Launch, LooksNoLongerThanTheTimeoutForFilesOfASlowDrive) {
+  const HMODULE library = Library::Instance().Module();
+  const ReplacedImport clock(
+      library, "KERNEL32.dll", "GetTickCount64", +[]() -> ULONGLONG { return ++g_clock; });
+  const ReplacedImport slowLook(
+      library, "SHLWAPI.dll", "PathFileExistsW", +[](LPCWSTR path) -> BOOL {
+        g_clock += kTimeout * 2 / 3;
+        ++g_looks;
+        return path[wcslen(path) - 1] == L'b' ? TRUE : FALSE;
+      });
+  const Parameters files = {{L"file-path", L"\\\\tsclient\\C\\a"},
+                            {L"file-path", L"\\\\tsclient\\C\\b"},
+                            {L"file-path", L"\\\\tsclient\\C\\c"},
+                            {L"file-path", L"\\\\tsclient\\C\\d"}};
+  for (const auto& [timeout, looks, missing] :
+       {std::tuple(0U, 1U, L'4'), std::tuple(static_cast<unsigned>(kTimeout), 2U, L'3')}) {
+    policy_.SetDword(L"Config", L"RemoteFileOpenTimeoutMs", timeout);
+    g_looks = 0;
+    EXPECT_EQ(Run(files), QUARRY_LAUNCH_FILES_MISSING);
+    EXPECT_EQ(g_looks, looks);
+    EXPECT_TRUE(Said(0, Str_FormatWide(L"Timeout was reached and %c file(s) couldn't be opened.\n", missing)));
+  }
+  EXPECT_THAT(programs_.Take(1), ElementsAre(L"\\\\tsclient\\C\\b"));
+}
+
+TEST_F(Launch, AsksThePlatformOnceAboutSchemesThatAreRepeated) {
+  std::vector<Import> imports = ImportsOf(Library::Instance().Module());
+  std::erase_if(imports, [](const Import& import) { return import.library != "SHLWAPI.dll"; });
+  for (const wchar_t* const scheme : {L"file:", L"URL:file:", L"view-source:"}) {
+    std::wstring url = L"file:///C:/a";
+    while (url.size() < 32'000) url.insert(0, scheme);
+    const CountedImports counted(imports);
+    EXPECT_EQ(Run({{L"url", url}}), QUARRY_LAUNCH_REFUSED);
+    std::map<std::string, std::uint64_t> calls = counted.Counts();
+    EXPECT_EQ(calls["PathCreateFromUrlW"], 1U);
+  }
 }
 
 TEST_F(Launch, TakesManyOddAndLongItems) {
@@ -272,19 +382,6 @@ TEST_F(Launch, TakesManyOddAndLongItems) {
   settings_.Clear();
   EXPECT_EQ(Run({{L"url", L"\\\\tsclient\\C\\never"}}), QUARRY_LAUNCH_FILES_MISSING);
   EXPECT_EQ(TimeOf(L"Timeout was reached") / 1'000, 15U);
-}
-
-TEST_F(Launch, KeepsHandlesOnlyOfTrackedProcesses) {
-  const auto startBoth = [this] {
-    EXPECT_EQ(Run(program_), QUARRY_LAUNCH_OK);
-    EXPECT_EQ(Run(program_, QUARRY_LAUNCH_TRACK_PROCESSES), QUARRY_LAUNCH_OK);
-  };
-  const int rounds = Rounds(20, 200);
-  EXPECT_EQ(GrowthOf(startBoth, rounds).handles, rounds);
-  const ResourceCounts before = ResourceCounts::Now();
-  host_->Exit();
-  EXPECT_LE((ResourceCounts::Now() - before).handles, -rounds - 3);
-  programs_.Take(2 * static_cast<std::size_t>(rounds) + 6);
 }
 
 TEST_F(Launch, IsWhatTheToolDoesAndSays) {
@@ -412,6 +509,21 @@ TEST_F(LaunchReuse, ComparesTrackedProcessesByTargetAndArguments) {
   ShowInstance(link, kBoth);
   EXPECT_TRUE(starts(kArguments));  // the same once more is a second instance
   EXPECT_FALSE(starts(L"other"));
+}
+
+TEST_F(LaunchReuse, KeepsHandlesOnlyOfTrackedProcessesThatRun) {
+  constexpr int kRunning = 3;
+  for (int index = 0; index < kRunning; ++index) ShowInstance(program_, QUARRY_LAUNCH_TRACK_PROCESSES);
+  const auto startBoth = [this] {
+    EXPECT_EQ(Run(program_), QUARRY_LAUNCH_OK);
+    EXPECT_EQ(Run(program_, QUARRY_LAUNCH_TRACK_PROCESSES), QUARRY_LAUNCH_OK);
+    programs_.Take(2);  // most have ended by then
+  };
+  const int rounds = Rounds(5, 200);
+  EXPECT_LT(GrowthOf(startBoth, rounds).handles, rounds - 1);
+  const ResourceCounts before = ResourceCounts::Now();
+  host_->Exit();
+  EXPECT_LE((ResourceCounts::Now() - before).handles, -kRunning - 1);
 }
 
 }  // namespace

@@ -45,6 +45,23 @@ TEST(QuarryCtlWindows, ListsAndExplains) {
   EXPECT_EQ(QuarryCtl({L"windows", L"--explain", L"--watch"}).exitCode, 2u);
 }
 
+TEST(QuarryCtlWindows, ExplainsWithoutTheKeysOfOthers) {
+  std::wstring commandLine = BinFolder() / L"quarryctl.exe windows --explain";
+  STARTUPINFOW startup{};
+  startup.cb = sizeof(startup);
+  PROCESS_INFORMATION created{};
+  ASSERT_TRUE(CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, nullptr,
+                             &startup, &created));
+  const UniqueKernelHandle process(created.hProcess);
+  const UniqueKernelHandle thread(created.hThread);
+  const std::wstring path = L"Software\\quarryctl." + std::to_wstring(created.dwProcessId);
+  const RegistryFixture planted(path, HKEY_CURRENT_USER);
+  ResumeThread(thread.get());
+  EXPECT_EQ(WaitForSingleObject(process.get(), 30'000), WAIT_OBJECT_0);
+  UniqueRegistryKey key;
+  EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_READ, key.put()), ERROR_SUCCESS);
+}
+
 TEST(QuarryCtlWindows, WritesTheListAgainWhenItChanges) {
   const WindowMaker first({{L"First"}});
   std::FILE* const watch = _wpopen((BinFolder() / L"quarryctl.exe windows --watch").c_str(), L"rt");

@@ -358,7 +358,9 @@ TEST_F(ScanTest, IniFileWithoutUsableSectionsLeavesTheOutputsAlone) {
   std::wstring manySections;
   for (int number = 0; number < 300; ++number) manySections += Str_FormatWide(L"[Section%d]\r\nRoot=C:\\\r\n", number);
   for (const std::wstring& path : {folder_.WriteText(L"keys.ini", L"Root=C:\\\r\n"),
-                                   folder_.WriteText(L"many.ini", manySections), Root(L"missing.ini"), Root()}) {
+                                   folder_.WriteText(L"many.ini", manySections), Root(L"missing.ini"), Root(),
+                                   // beyond what the platform's functions have room for
+                                   std::wstring(600, L'x')}) {
     HostLog::Clear();
     auto* apps = reinterpret_cast<QuarryApplicationInfo*>(0x11);
     std::uint64_t count = 4711;

@@ -9,7 +9,7 @@
 namespace quarry::test {
 namespace {
 
-constexpr std::size_t kStubSize = 16;
+constexpr std::size_t kStubSize = 48;
 using StubCode = std::array<std::uint8_t, kStubSize>;
 
 template <typename T>
@@ -35,17 +35,21 @@ void SetSlot(void** slot, void* function) {
   VirtualProtect(slot, sizeof(*slot), protection, &protection);
 }
 
-/// Counts in the cell that lies `distance` bytes behind it and jumps on: all registers and the stack stay as they are.
-StubCode StubFor(std::size_t distance) {
-  StubCode code = {0xF0, 0x48, 0xFF, 0x05, 0, 0, 0, 0,  // lock inc qword ptr [rip + cell]
-                   0xFF, 0x25, 0,    0,    0, 0,        // jmp qword ptr [rip + cell + 8]
-                   0xCC, 0xCC};
-  const auto put = [&](std::size_t place, std::size_t target) {
-    const auto relative = static_cast<std::uint32_t>(target - (place + sizeof(std::uint32_t)));
-    std::memcpy(code.data() + place, &relative, sizeof(relative));
-  };
-  put(4, distance);
-  put(10, distance + sizeof(std::uint64_t));
+/// Counts in the cell and jumps on, or comes back with a failure. The registers of arguments and the stack stay as they
+/// are; the last error of a thread lies at gs:[68h].
+StubCode StubFor(const void* cell) {
+  StubCode code = {0x49, 0xBA, 0,    0,    0,    0, 0, 0, 0, 0,  // mov r10, cell
+                   0xF0, 0x49, 0xFF, 0x02,                       // lock inc qword ptr [r10]
+                   0x49, 0x8B, 0x02,                             // mov rax, [r10]
+                   0x49, 0x3B, 0x42, 0x08,                       // cmp rax, [r10 + failingCall]
+                   0x75, 0x11,                                   // jne pass
+                   0x41, 0x8B, 0x42, 0x18,                       // mov eax, [r10 + error]
+                   0x65, 0x89, 0x04, 0x25, 0x68, 0, 0, 0,        // mov gs:[68h], eax
+                   0x49, 0x8B, 0x42, 0x10,                       // mov rax, [r10 + result]
+                   0xC3,                                         // ret
+                   0x41, 0xFF, 0x62, 0x20,                       // pass: jmp [r10 + target]
+                   0xCC, 0xCC, 0xCC, 0xCC};
+  std::memcpy(code.data() + 2, &cell, sizeof(cell));
   return code;
 }
 
@@ -90,14 +94,12 @@ CountedImports::CountedImports(std::span<const Import> imports) {
   auto* const code = static_cast<std::uint8_t*>(
       VirtualAlloc(nullptr, codeSize + imports.size() * sizeof(Cell), MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
   if (code == nullptr) throw std::bad_alloc();
-  auto* const cells = reinterpret_cast<Cell*>(code + codeSize);
-  cells_ = cells;
-  static_assert(sizeof(Cell) == kStubSize);  // so that the distance is the same for all
-  const StubCode stub = StubFor(codeSize);
+  cells_ = reinterpret_cast<Cell*>(code + codeSize);
   for (std::size_t index = 0; index < imports.size(); ++index) {
     functions_.push_back(imports[index].function);
+    cells_[index].target = *imports[index].slot;
+    const StubCode stub = StubFor(cells_ + index);
     std::copy(stub.begin(), stub.end(), code + index * kStubSize);
-    cells[index].target = *imports[index].slot;
   }
   DWORD protection = 0;
   VirtualProtect(code, codeSize, PAGE_EXECUTE_READ, &protection);
@@ -113,6 +115,22 @@ std::map<std::string, std::uint64_t> CountedImports::Counts() const {
     if (cells_[index].calls != 0) counts[functions_[index]] += cells_[index].calls;
   }
   return counts;
+}
+
+void CountedImports::Reset() {
+  for (std::size_t index = 0; index < functions_.size(); ++index) {
+    cells_[index].calls = 0;
+    cells_[index].failingCall = 0;
+  }
+}
+
+void CountedImports::Fail(std::string_view function, std::uint64_t call, const Failure& failure) {
+  for (std::size_t index = 0; index < functions_.size(); ++index) {
+    if (functions_[index] != function) continue;
+    cells_[index].result = failure.result;
+    cells_[index].error = failure.error;
+    cells_[index].failingCall = call;
+  }
 }
 
 }  // namespace quarry::test

@@ -53,25 +53,39 @@ class ReplacedImport {
   void* original_;
 };
 
-/// Counts the calls of imported functions, whatever their signatures, while it lives. For x86-64.
+/// How a call fails: what its caller gets, and the last error that it finds.
+struct Failure {
+  std::uint64_t result = 0;
+  DWORD error = ERROR_NOT_ENOUGH_MEMORY;
+};
+
+/// Counts the calls of imported functions, whatever their signatures, while it lives, and lets one of them fail that is
+/// asked for. For x86-64.
 class CountedImports {
  public:
   /// Throws std::bad_alloc.
   explicit CountedImports(std::span<const Import> imports);
   explicit CountedImports(HMODULE module) : CountedImports(ImportsOf(module)) {}
 
-  /// Calls by function, without those that were not called.
+  /// Calls by function since the last reset, without those that were not called.
   std::map<std::string, std::uint64_t> Counts() const;
+  /// Begins to count anew, and no call fails any more.
+  void Reset();
+  /// From now on the `call`-th call of `function`, counted from 1 since the last reset, is not made but fails.
+  void Fail(std::string_view function, std::uint64_t call, const Failure& failure);
 
  private:
-  /// What a stub counts in and where it jumps to.
+  /// What a stub counts in, when and how it fails, and where it jumps to.
   struct Cell {
     volatile std::uint64_t calls;
+    std::uint64_t failingCall;  ///< 0 for none
+    std::uint64_t result;
+    std::uint64_t error;
     void* target;
   };
 
   std::vector<std::string> functions_;
-  const Cell* cells_ = nullptr;
+  Cell* cells_ = nullptr;
   std::deque<ReplacedImport> replaced_;
 };
 

@@ -41,7 +41,14 @@ std::wstring Quoted(std::wstring_view argument) {
   return result.append(backslashes, L'\\') + L'"';
 }
 
+LONG WINAPI EndProcess(EXCEPTION_POINTERS* /*fault*/) {
+  TerminateProcess(GetCurrentProcess(), 3);
+  return EXCEPTION_EXECUTE_HANDLER;
+}
+
 }  // namespace
+
+void EndAtOnceWhenFaulting() { SetUnhandledExceptionFilter(EndProcess); }
 
 ProcessOutput RunProgram(std::wstring_view name, const std::vector<std::wstring>& arguments,
                          const std::wstring& folder) {
@@ -63,7 +70,7 @@ ProcessOutput RunProgram(std::wstring_view name, const std::vector<std::wstring>
   const UniqueKernelHandle process(information.hProcess);
   if (WaitForSingleObject(process.get(), kTimeLimitMs) != WAIT_OBJECT_0) {
     TerminateProcess(process.get(), ERROR_TIMEOUT);
-    throw std::runtime_error("a program does not end");
+    throw std::runtime_error("a program does not end: " + TextOf(out.get()));
   }
   DWORD exitCode = 0;
   GetExitCodeProcess(process.get(), &exitCode);

@@ -20,4 +20,8 @@ struct ProcessOutput {
 ProcessOutput RunProgram(std::wstring_view name, const std::vector<std::wstring>& arguments = {},
                          const std::wstring& folder = {});
 
+/// For a program that is started to see whether it dies: a fault then ends it at once with the exit code 3, without a
+/// debugger that keeps its starter waiting.
+void EndAtOnceWhenFaulting();
+
 }  // namespace quarry::test

@@ -2,6 +2,8 @@
 
 #include "lib/unicode/unicode.h"
 
+#include "tests/support/guardedHeap.h"
+
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -27,6 +29,7 @@ std::vector<LogLine>& RecordedLines() {
 /// Ends the run as a host ends: after Quarry_Exit no object of the library may be left.
 class LeakCheck : public testing::Environment {
  public:
+  void SetUp() override { GuardHeapOf(GetModuleHandleW(nullptr)); }
   void TearDown() override {
     Library::Instance().Functions().Exit();
     const std::string report = Library::Instance().DebugReport();
@@ -52,7 +55,7 @@ void PrintTo(const LogLine& line, std::ostream* out) {
 
 const std::vector<LogLine>& HostLog::Lines() { return RecordedLines(); }
 
-void HostLog::Clear() { RecordedLines().clear(); }
+void HostLog::Clear() { RecordedLines() = {}; }
 
 void HostLog::Record(std::uint32_t level, const wchar_t* message) { RecordedLines().push_back({level, message}); }
 
@@ -85,6 +88,7 @@ const std::vector<std::string>& ExportNames() {
 
 Library::Library() : module_(LoadLibraryW((BinFolder() / L"quarry.dll").c_str())) {
   if (module_ == nullptr) throw std::runtime_error("cannot load quarry.dll");
+  GuardHeapOf(module_);
   std::vector<FARPROC> addresses(ExportNames().size());
   std::transform(ExportNames().begin(), ExportNames().end(), addresses.begin(),
                  [this](const std::string& name) { return Address(name); });

@@ -1,5 +1,7 @@
 #include "lib/appUtil/openItems.h"
 
+#include "quarry/facade/quarryImpl.h"
+
 #include "lib/misc/logEntry.h"
 
 #include "tests/support/hostTest.h"
@@ -117,13 +119,15 @@ TEST_F(OpenItems, OpensByClassButPresentationsByCommandLine) {
       {L"Test.Gone", L"qtest://a", nullptr, fallback + failed},
       {L"PowerPoint", L"qtest://a", L"", fallback + commandLine + opened},
       {L"PowerPoint", L"qtest://a\" --evil \"b", nullptr, fallback + commandLine + failed + "160.\n"},
+      {L"Test.Document", L"http://x/\" --opt \"", nullptr, failed + "160.\n"},
+      {L"Test.Document", L"C:\\a\x85.qtest", nullptr, failed + "160.\n"},
       {L"Test.Document", L"qtest://" + std::wstring(2'076, L'x'), nullptr, failed + "206.\n"},
   };
   for (const auto& [progId, item, startedWith, messages] : cases) {
     const AssocHandlers shell({{program_, progId}});
     const bool isOpened = startedWith != nullptr;
     EXPECT_EQ(Open({item}), isOpened ? Names() : Names{item});
-    EXPECT_THAT(shell.Keys(), ElementsAre(AnyOf(L"qtest", L".qtest")));
+    EXPECT_THAT(shell.Keys(), ElementsAre(AnyOf(L"qtest", L".qtest", L"http")));
     Replace(g_messages, item, "ITEM");
     Replace(g_messages, progId, "PROG");
     Replace(g_messages, program_, "APP");
@@ -131,6 +135,16 @@ TEST_F(OpenItems, OpensByClassButPresentationsByCommandLine) {
     EXPECT_THAT(g_messages, StartsWith("F: Handler 'APP' has prog ID 'PROG'.\n" + messages));
     EXPECT_EQ(programs_.Take(isOpened ? 1 : 0), isOpened ? Names{startedWith + (L"\"" + item + L"\"")} : Names());
   }
+}
+
+TEST_F(OpenItems, DoesNotPutWhatAnInterpreterReadsIntoAHandlersCommandLine) {
+  const std::wstring program = programs_.Program(L"cscript.exe");
+  const AssocHandlers shell({{program, L"Test.Document"}});
+  const QuarryLaunchParameter urls[] = {{L"url", L"special://a&b"}, {L"url", L"blank://a b"}, {L"url", L"plain://a"}};
+  QuarryImpl quarry(nullptr, false);
+  EXPECT_EQ(quarry.LaunchApplication(program, 0, L"", L"", 3, urls), QUARRY_LAUNCH_OK);
+  EXPECT_THAT(shell.Keys(), ElementsAre(L"plain"));
+  EXPECT_THAT(programs_.Take(3), ElementsAre(L"\"blank://a b\"", L"\"special://a&b\"", L"--by-class \"plain://a\""));
 }
 
 TEST_F(OpenItems, GivesBackWhatMemoryDoesNotSufficeFor) {

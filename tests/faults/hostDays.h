@@ -1,0 +1,38 @@
+#pragma once
+
+#include "tests/support/registeredTypes.h"
+#include "tests/support/startedPrograms.h"
+#include "tests/support/windowMaker.h"
+
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace quarry::test {
+
+/// What a host does with the library from Quarry_Init to Quarry_Exit, by subject.
+enum class Day { kStart, kScan, kWindows, kFileTypes, kLaunch };
+inline constexpr Day kAllDays[] = {Day::kStart, Day::kScan, Day::kWindows, Day::kFileTypes, Day::kLaunch};
+
+/// The programs, shortcuts, settings, windows and file types that the days work on, and the days.
+class HostWorld {
+ public:
+  HostWorld();
+
+  /// Spends the day. Answers what the library said, a line for each record, result and message, which is the same for
+  /// the same day; and checks that what it gave can be read and given back.
+  std::vector<std::string> Spend(Day day) const;
+
+ private:
+  void Scan(const QuarryHost& host, std::vector<std::string>& said) const;
+  void Launch(const QuarryHost& host, std::vector<std::string>& said) const;
+
+  TemporaryFolder folder_{L"quarryFaults"};
+  StartedPrograms programs_;
+  std::wstring echo_ = programs_.Program();
+  std::wstring ini_;
+  std::deque<RegistryFixture> keys_;
+  std::deque<WindowMaker> windows_;
+};
+
+}  // namespace quarry::test
