@@ -36,4 +36,5 @@ target_link_libraries(linkedHost PRIVATE quarry::quarry)
 add_custom_target(
   beside ALL
   COMMAND ${CMAKE_COMMAND} -E copy_if_different $<TARGET_FILE:quarry::quarry> ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}
-  COMMENT "quarry.dll lies beside the programs")
+  COMMENT "quarry.dll lies beside the programs"
+  VERBATIM)
