@@ -2,7 +2,7 @@
 
 # Signs the DLL and the tool with QUARRY_CERTIFICATE, a PKCS #12 file, whose password QUARRY_CERTIFICATE_PASSWORD has.
 if(DEFINED ENV{QUARRY_CERTIFICATE})
-  file(GLOB_RECURSE programs ${CPACK_TEMPORARY_DIRECTORY}/*/bin/*.dll ${CPACK_TEMPORARY_DIRECTORY}/*/bin/*.exe)
+  file(GLOB_RECURSE programs ${CPACK_TEMPORARY_DIRECTORY}/*.dll ${CPACK_TEMPORARY_DIRECTORY}/*.exe)
   if(NOT programs)
     message(FATAL_ERROR "There is nothing to sign below ${CPACK_TEMPORARY_DIRECTORY}.")
   endif()

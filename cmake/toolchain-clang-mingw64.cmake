@@ -24,7 +24,7 @@ string(APPEND CMAKE_CXX_FLAGS_INIT " -nostdinc++ -isystem ${quarryGcc}/include/c
 # Unlike GCC, it does not know by itself that libstdc++ of the POSIX flavour needs winpthreads, wherever that stands.
 string(APPEND quarryLinkerFlags " -fuse-ld=lld-16 -L${quarryGcc} -lpthread -Wno-unused-command-line-argument")
 # NAME.pdb beside NAME.dll and NAME.exe, which name it without a folder.
-string(APPEND quarryLinkerFlags " -Wl,--pdb= -Wl,--no-insert-timestamp -Wl,-Xlink=-pdbaltpath:%_PDB%"
+string(APPEND quarryLinkerFlags " -Wl,--pdb= -Wl,-Xlink=-Brepro -Wl,-Xlink=-pdbaltpath:%_PDB%"
        " -Wl,-Xlink=-pdbsourcepath:C:/quarry")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${quarryLinkerFlags}")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "${quarryLinkerFlags}")
