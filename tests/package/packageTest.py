@@ -95,6 +95,28 @@ class Package(unittest.TestCase):
             for link in re.findall(r'\]\(([^)#:]+)[^):]*\)', document.read_text()):
                 self.assertTrue((document.parent / link).exists(), f'{document.name}: {link}')
 
+    def test_tables_for_other_languages_are_those_of_the_header(self):
+        text = (PACKAGE / 'docs/otherLanguages.md').read_text()
+        assertions, record = ['#include "quarry/quarry.h"\n'], None
+        members = set()
+        for name, size, member, offset, kind in re.findall(
+                r'^\| (?:`(Quarry\w+)`)? ?\| ?(\d*) ?\| `(\w+)` \| (\d+) \| `(.*?)` \|', text, re.MULTILINE):
+            record = name or record
+            if size:
+                assertions.append(f'_Static_assert(sizeof({record}) == {size}, "");\n')
+            assertions.append(f'_Static_assert(offsetof({record}, {member}) == {offset}, "");\n'
+                              f'_Static_assert(_Generic((({record}*)0)->{member}, {kind}: 1), "");\n')
+            members.add((record, member))
+        for place, function in re.findall(r'^\| (\d+) \| `Quarry_(\w+)`', text, re.MULTILINE):
+            assertions.append(f'_Static_assert(offsetof(QuarryFunctions, {function}) == {place} * 8, "");\n')
+            members.add(('QuarryFunctions', function))
+        header = re.sub(r'/\*.*?\*/', '', (PACKAGE / 'include/quarry/quarry.h').read_text(), flags=re.DOTALL)
+        for record, body in re.findall(r'typedef struct (\w+) \{(.*?)\n\} ', header, re.DOTALL):
+            for member in re.findall(r'\(\*(\w+)\)\(', body) or re.findall(r'(\w+);', body):
+                self.assertIn((record, member), members)
+        (WORK / 'layout.c').write_text(''.join(assertions))
+        run('x86_64-w64-mingw32-gcc-posix', '-std=c11', '-fsyntax-only', '-I', PACKAGE / 'include', 'layout.c')
+
     def test_hosts_are_built_and_run(self):
         self.check_hosts('gcc')
 
