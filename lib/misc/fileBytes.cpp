@@ -4,7 +4,6 @@
 
 namespace {
 
-constexpr std::uint64_t kLargestWholeFile = std::uint64_t{256} << 20;
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 std::optional<std::uint64_t> SizeOf(HANDLE file) {
@@ -13,14 +12,27 @@ std::optional<std::uint64_t> SizeOf(HANDLE file) {
   return static_cast<std::uint64_t>(size.QuadPart);
 }
 
-}  // namespace
-
 // The server behind a pipe may learn who asks, but not act in that name (Microsoft Learn, "Impersonation Levels").
-UniqueFile OpenDiskFile(const std::wstring& path, DWORD shareMode) {
+UniqueFile OpenOnDisk(const std::wstring& path, DWORD shareMode, DWORD flags) {
   UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ, shareMode, nullptr, OPEN_EXISTING,
-                              FILE_ATTRIBUTE_NORMAL | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr));
+                              FILE_ATTRIBUTE_NORMAL | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION | flags,
+                              nullptr));
   if (!file || GetFileType(file.get()) == FILE_TYPE_DISK) return file;
   SetLastError(ERROR_BAD_DEV_TYPE);
+  return {};
+}
+
+}  // namespace
+
+UniqueFile OpenDiskFile(const std::wstring& path, DWORD shareMode) { return OpenOnDisk(path, shareMode, 0); }
+
+UniqueFile OpenRegularFile(const std::wstring& path) {
+  UniqueFile file = OpenOnDisk(path, kShareAll, FILE_FLAG_OPEN_REPARSE_POINT);
+  if (!file) return file;
+  FILE_BASIC_INFO information{};
+  if (GetFileInformationByHandleEx(file.get(), FileBasicInfo, &information, sizeof(information)) == FALSE) return {};
+  if ((information.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) return file;
+  SetLastError(ERROR_CANT_ACCESS_FILE);
   return {};
 }
 
@@ -49,11 +61,11 @@ std::optional<std::vector<std::uint8_t>> ReadFileStart(const std::wstring& path,
   return file ? ReadFileAt(file.get(), 0, limit) : std::nullopt;
 }
 
-std::optional<std::vector<std::uint8_t>> ReadWholeFile(const std::wstring& path) {
-  const UniqueFile file = OpenDiskFile(path, kShareAll);
+std::optional<std::vector<std::uint8_t>> ReadRegularFile(const std::wstring& path, std::size_t limit) {
+  const UniqueFile file = OpenRegularFile(path);
   const std::optional<std::uint64_t> size = file ? SizeOf(file.get()) : std::nullopt;
   if (!size) return std::nullopt;
-  if (*size <= kLargestWholeFile) return ReadFileAt(file.get(), 0, static_cast<std::size_t>(*size));
+  if (*size <= limit) return ReadFileAt(file.get(), 0, static_cast<std::size_t>(*size));
   SetLastError(ERROR_FILE_TOO_LARGE);
   return std::nullopt;
 }

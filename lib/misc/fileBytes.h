@@ -16,12 +16,17 @@
 /// elsewhere can name a pipe or a device, and reading that could wait for ever (ERROR_BAD_DEV_TYPE).
 UniqueFile OpenDiskFile(const std::wstring& path, DWORD shareMode);
 
+/// The same for a file that must be there itself, open to everybody else: a reparse point, which can lead to any other,
+/// is refused (ERROR_CANT_ACCESS_FILE).
+UniqueFile OpenRegularFile(const std::wstring& path);
+
 /// The bytes of `file` from `offset` on, at most `limit`; fewer only when the file ends before.
 std::optional<std::vector<std::uint8_t>> ReadFileAt(HANDLE file, std::uint64_t offset, std::size_t limit);
 
 /// The first bytes of the file at `path`, at most `limit`. The file stays open to everybody else.
 std::optional<std::vector<std::uint8_t>> ReadFileStart(const std::wstring& path, std::size_t limit);
 
-/// All bytes of the file at `path`, under the same rules. A file of more than 256 MiB is refused with
-/// ERROR_FILE_TOO_LARGE: no file that this library reads whole comes near that.
-std::optional<std::vector<std::uint8_t>> ReadWholeFile(const std::wstring& path);
+/// All bytes of the file that OpenRegularFile opens. One of more than `limit` bytes is refused with
+/// ERROR_FILE_TOO_LARGE.
+std::optional<std::vector<std::uint8_t>> ReadRegularFile(const std::wstring& path,
+                                                         std::size_t limit = std::size_t{256} << 20);

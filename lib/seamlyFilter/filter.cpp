@@ -72,9 +72,10 @@ SeamlyFilterMatch Ask(const SeamlyFilterData& data) {
 
 }  // namespace
 
-void SeamlyFilter_LoadRules(const char* context) {
-  SeamlyFilterProcessRulesFolder(context);
+RulesLeftOut SeamlyFilter_LoadRules(const char* context) {
+  RulesLeftOut leftOut = SeamlyFilterProcessRulesFolder(context);
   AddRegKeyRules(context);
+  return leftOut;
 }
 
 SeamlyFilterMatch SeamlyFilter_FindMatchingRule(HWND window) {

@@ -1,17 +1,22 @@
 #include "lib/seamlyFilter/ruleFile.h"
 
+#include "lib/misc/fileBytes.h"
 #include "lib/misc/logEntry.h"
 #include "lib/misc/platformHandles.h"
 #include "lib/unicode/unicode.h"
 
 #include <windows.h>
 
+#include <fcntl.h>
+#include <io.h>
 #include <knownfolders.h>
 #include <shlobj.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -20,12 +25,16 @@ constexpr wchar_t kFolderName[] = L"Seamly Filters";
 // Microsoft Learn, "Maximum Path Length Limitation": the longest path of the wide functions, with its terminator.
 constexpr DWORD kLongestPath = 32767;
 
-/// The rules folder of the machine, which need not exist; empty when the system names no place for it.
-std::wstring MachineRulesFolder() {
+// More than any administrator writes, and little enough to be read at a start whatever lies there.
+constexpr LONGLONG kLargestFile = LONGLONG{1} << 20;
+constexpr int kMostFiles = 256;
+
+/// The folder for the data of all users; empty when the system names none.
+std::wstring CommonDataFolder() {
   PWSTR path = nullptr;
   const HRESULT result = SHGetKnownFolderPath(FOLDERID_ProgramData, KF_FLAG_CREATE, nullptr, &path);
   const UniqueCoTaskMem<wchar_t> owner(path);  // to be freed also when the call failed
-  return SUCCEEDED(result) ? std::wstring(path) + L"\\Velkor\\KilnServer\\" + kFolderName : std::wstring();
+  return SUCCEEDED(result) ? std::wstring(path) : std::wstring();
 }
 
 /// The rules folder beside the host program; empty when the system does not name the program.
@@ -37,11 +46,40 @@ std::wstring HostRulesFolder() {
   return path.substr(0, path.find_last_of(L'\\') + 1) + kFolderName;
 }
 
+/// In text mode. Only a regular file: what bears the name of one can be a device or lead elsewhere.
+UniqueStdFile OpenText(const std::wstring& path) {
+  UniqueFile file = OpenRegularFile(path);
+  const int descriptor = file ? _open_osfhandle(reinterpret_cast<std::intptr_t>(file.get()), _O_RDONLY | _O_TEXT) : -1;
+  if (descriptor < 0) return {};
+  static_cast<void>(file.release());  // the descriptor owns it now
+  UniqueStdFile text(_fdopen(descriptor, "rt"));
+  if (!text) _close(descriptor);
+  return text;
+}
+
+void LeaveOut(Distrust distrust, RulesLeftOut& leftOut) {
+  LogEntry("SeamlyFilterProcessFolder", "left out %s (owner %s), which %s\n",
+           Unicode_Utf8FromWide(distrust.path).c_str(), Unicode_Utf8FromWide(distrust.owner).c_str(),
+           Unicode_Utf8FromWide(distrust.reason).c_str());
+  leftOut.push_back(std::move(distrust));
+}
+
+/// Why the open file is not read, if it is not.
+std::optional<Distrust> ReasonToLeaveOut(HANDLE file, const std::wstring& path) {
+  LARGE_INTEGER size{};
+  if (GetFileSizeEx(file, &size) == FALSE || size.QuadPart > kLargestFile) {
+    return Distrust{path, {}, L"is larger than 1 MiB"};
+  }
+  return IsPrivilegedProcess() ? FindDistrust(file, path, TrustedUse::Content) : std::nullopt;
+}
+
 }  // namespace
 
-RuleFileReader::RuleFileReader(const std::wstring& path) : file_(_wfopen(path.c_str(), L"rt")) {
+RuleFileReader::RuleFileReader(const std::wstring& path) : file_(OpenText(path)) {
   if (IsOpen()) SkipByteOrderMark();
 }
+
+HANDLE RuleFileReader::Handle() const { return reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(file_.get()))); }
 
 bool RuleFileReader::Fill() {
   position_ = 0;
@@ -98,11 +136,15 @@ RuleKey SeamlyFilterParseLine(std::string_view line, RuleReading& reading) {
   return key;
 }
 
-bool SeamlyFilterProcessFile(const std::wstring& path, const char* context) {
+bool SeamlyFilterProcessFile(const std::wstring& path, const char* context, RulesLeftOut& leftOut) {
   RuleFileReader reader(path);
   if (!reader.IsOpen()) {
     LogEntry(__func__, "unable to open %s\n", Unicode_Utf8FromWide(path).c_str());
     return false;
+  }
+  if (std::optional<Distrust> reason = ReasonToLeaveOut(reader.Handle(), path)) {
+    LeaveOut(std::move(*reason), leftOut);
+    return true;
   }
   RuleReading reading{context};
   while (const std::optional<RuleLine> line = reader.Next()) SeamlyFilterParseLine(line->text, reading);
@@ -110,20 +152,37 @@ bool SeamlyFilterProcessFile(const std::wstring& path, const char* context) {
   return true;
 }
 
-bool SeamlyFilterProcessFolder(const std::wstring& folder, const char* context) {
+bool SeamlyFilterProcessFolder(const std::wstring& folder, const char* context, RulesLeftOut& leftOut) {
   WIN32_FIND_DATAW entry{};
   const UniqueFind search(FindFirstFileExW((folder + L"\\*").c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch,
                                            nullptr, FIND_FIRST_EX_LARGE_FETCH));
   if (!search) return false;
+  int files = 0;
   do {
     if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) continue;
-    SeamlyFilterProcessFile(folder + L'\\' + entry.cFileName, context);
+    const std::wstring path = folder + L'\\' + entry.cFileName;
+    if (++files > kMostFiles) {
+      LeaveOut({path, {}, L"is one more than 256"}, leftOut);
+      break;
+    }
+    SeamlyFilterProcessFile(path, context, leftOut);
   } while (FindNextFileW(search.get(), &entry) != FALSE);
   return true;
 }
 
-void SeamlyFilterProcessRulesFolder(const char* context) {
-  for (const std::wstring& folder : {MachineRulesFolder(), HostRulesFolder()}) {
-    if (!folder.empty() && SeamlyFilterProcessFolder(folder, context)) return;
+RulesLeftOut SeamlyFilterProcessRulesFolder(const char* context) {
+  RulesLeftOut leftOut;
+  const std::wstring commonData = CommonDataFolder();
+  const std::wstring machine =
+      commonData.empty() ? std::wstring() : commonData + L"\\Velkor\\KilnServer\\" + kFolderName;
+  for (const std::wstring& folder : {machine, HostRulesFolder()}) {
+    if (folder.empty() || GetFileAttributesW(folder.c_str()) == INVALID_FILE_ATTRIBUTES) continue;
+    std::optional<Distrust> distrust = IsPrivilegedProcess() ? FindDistrustOnPath(commonData, folder) : std::nullopt;
+    if (distrust) {
+      LeaveOut(std::move(*distrust), leftOut);
+    } else if (SeamlyFilterProcessFolder(folder, context, leftOut)) {
+      break;
+    }
   }
+  return leftOut;
 }

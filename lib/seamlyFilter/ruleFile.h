@@ -1,6 +1,7 @@
 #pragma once
 
 #include "lib/misc/platformHandles.h"
+#include "lib/seamlyFilter/filter.h"
 #include "lib/seamlyFilter/rules.h"
 
 #include <array>
@@ -20,9 +21,10 @@ struct RuleLine {
 /// NUL.
 class RuleFileReader {
  public:
-  /// Any path that the file system has, whatever letters it holds. Others may be writing to the file.
+  /// Any path that the file system has, whatever letters it holds, of a regular file. Others may be writing to it.
   explicit RuleFileReader(const std::wstring& path);
 
+  HANDLE Handle() const;
   bool IsOpen() const { return static_cast<bool>(file_); }
   /// The next line, or nothing at the end.
   std::optional<RuleLine> Next();
@@ -41,11 +43,13 @@ class RuleFileReader {
 /// held none.
 RuleKey SeamlyFilterParseLine(std::string_view line, RuleReading& reading);
 
-/// Adds the rule sets of the file at `path`. False, with a message, when it cannot be opened.
-bool SeamlyFilterProcessFile(const std::wstring& path, const char* context);
+/// Adds the rule sets of the file at `path`. False, with a message, when it cannot be opened. One of more than 1 MiB is
+/// left out, and in a privileged process one that others than administrators own or can write to.
+bool SeamlyFilterProcessFile(const std::wstring& path, const char* context, RulesLeftOut& leftOut);
 
-/// Adds the rule sets of every file of `folder`. False when the folder cannot be searched.
-bool SeamlyFilterProcessFolder(const std::wstring& folder, const char* context);
+/// Adds the rule sets of the first 256 files of `folder`. False when the folder cannot be searched.
+bool SeamlyFilterProcessFolder(const std::wstring& folder, const char* context, RulesLeftOut& leftOut);
 
-/// Adds those of the machine's rules folder or, where that cannot be searched, of the one beside the host program.
-void SeamlyFilterProcessRulesFolder(const char* context);
+/// Adds those of the machine's rules folder or, where that cannot be searched, of the one beside the host program. In a
+/// privileged process a folder that others than administrators have a hand in counts as one that cannot be searched.
+RulesLeftOut SeamlyFilterProcessRulesFolder(const char* context);

@@ -173,7 +173,8 @@ void IconBoss::ReloadCache() {
     return;
   }
   do {
-    if ((file.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) EnterFile(file.cFileName);
+    constexpr DWORD kNoRegularFile = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+    if ((file.dwFileAttributes & kNoRegularFile) == 0) EnterFile(file.cFileName);
   } while (FindNextFileW(find.get(), &file) != FALSE);
   Log(LogLevel::Notable, L"Read %d icons from cache folder %s\n", static_cast<int>(iconsByName_.size()),
       folder_.c_str());

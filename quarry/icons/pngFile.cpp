@@ -4,9 +4,14 @@
 
 #include "lib/misc/fileBytes.h"
 #include "lib/misc/platformHandles.h"
-#include "lib/string/str.h"
 
+#include <objbase.h>
+#include <shlwapi.h>
+#include <wrl/client.h>
+
+#include <cstring>
 #include <cwchar>
+#include <iterator>
 #include <utility>
 
 namespace quarry {
@@ -14,44 +19,57 @@ namespace quarry {
 namespace {
 
 using Gdiplus::Status;
+using Microsoft::WRL::ComPtr;
 namespace Flat = Gdiplus::DllExports;
 
 constexpr INT kBytesPerPixel = 4;
 
-/// A file that is deleted unless it was moved to its final place.
+/// A new file that is deleted unless it gets its final name. All goes through one handle, so that nobody can put
+/// another file in its place on the way.
 class TemporaryFile {
  public:
-  explicit TemporaryFile(std::wstring path) : path_(std::move(path)) {}
+  explicit TemporaryFile(const std::wstring& path)
+      : file_(CreateFileW(path.c_str(), GENERIC_WRITE | DELETE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
+                          CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr)) {}
   ~TemporaryFile() {
-    if (!path_.empty()) DeleteFileW(path_.c_str());
+    FILE_DISPOSITION_INFO deletion{TRUE};
+    if (file_) SetFileInformationByHandle(file_.get(), FileDispositionInfo, &deletion, sizeof(deletion));
   }
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-  const std::wstring& Path() const { return path_; }
-  /// Without this a computer that loses its power can come back with the moved file's name and none of its bytes.
-  bool Flush() const {
-    const UniqueFile file(CreateFileW(path_.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
-                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    return file && FlushFileBuffers(file.get()) != FALSE;
+  /// Flushed, because a computer that loses its power can come back with the file's name and none of its bytes.
+  bool Write(const std::vector<std::uint8_t>& bytes) const {
+    DWORD written = 0;
+    return file_ &&
+           WriteFile(file_.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) != FALSE &&
+           written == bytes.size() && FlushFileBuffers(file_.get()) != FALSE;
   }
+  /// False when there is something of that name.
   bool MoveTo(const std::wstring& path) {
-    if (MoveFileExW(path_.c_str(), path.c_str(), 0) == FALSE) return false;
-    path_.clear();
+    const std::size_t size = path.size() * sizeof(wchar_t);
+    std::vector<std::uint64_t> memory((sizeof(FILE_RENAME_INFO) + size) / sizeof(std::uint64_t) + 1);
+    auto* const information = reinterpret_cast<FILE_RENAME_INFO*>(memory.data());
+    information->FileNameLength = static_cast<DWORD>(size);
+    std::memcpy(information->FileName, path.c_str(), size);
+    if (SetFileInformationByHandle(file_.get(), FileRenameInfo, information,
+                                   static_cast<DWORD>(sizeof(FILE_RENAME_INFO) + size)) == FALSE) {
+      return false;
+    }
+    file_.reset();
     return true;
   }
 
  private:
-  std::wstring path_;
+  UniqueFile file_;
 };
 
-// The name of no other process's file, also not of one on another machine that shares the folder, and none that the
-// cache is read back by.
+/// A name that nobody can have taken before, and none that the cache is read back by. Empty when the system has none.
 std::wstring TemporaryPathBeside(const std::wstring& path) {
-  LARGE_INTEGER now{};
-  QueryPerformanceCounter(&now);
-  return path.substr(0, path.find_last_of(L'\\') + 1) +
-         Str_FormatWide(L"~%lx%I64x.tmp", GetCurrentProcessId(), now.QuadPart);
+  GUID number{};
+  wchar_t text[64] = {};
+  if (FAILED(CoCreateGuid(&number)) || StringFromGUID2(number, text, static_cast<int>(std::size(text))) == 0) return {};
+  return path.substr(0, path.find_last_of(L'\\') + 1) + L'~' + text + L".tmp";
 }
 
 /// GDI+ reads from the pixels for as long as the bitmap lives, and never writes to them here.
@@ -60,11 +78,24 @@ Status MakeBitmap(const IconPixels& pixels, UniqueGdiPlusBitmap& bitmap) {
                                          PixelFormat32bppARGB, const_cast<BYTE*>(pixels.bytes.data()), bitmap.put());
 }
 
-Status WriteWhole(const std::wstring& path, Gdiplus::GpBitmap* bitmap, const CLSID& encoder) {
-  TemporaryFile file(TemporaryPathBeside(path));
-  const Status status = Flat::GdipSaveImageToFile(bitmap, file.Path().c_str(), &encoder, nullptr);
+Status Encode(Gdiplus::GpBitmap* bitmap, const CLSID& encoder, std::vector<std::uint8_t>& bytes) {
+  ComPtr<IStream> stream;
+  if (FAILED(CreateStreamOnHGlobal(nullptr, TRUE, stream.GetAddressOf()))) return Gdiplus::OutOfMemory;
+  const Status status = Flat::GdipSaveImageToStream(bitmap, stream.Get(), &encoder, nullptr);
   if (status != Gdiplus::Ok) return status;
-  return (file.Flush() && file.MoveTo(path)) || IsThere(path) ? Gdiplus::Ok : Gdiplus::Win32Error;
+  ULARGE_INTEGER size{};
+  if (FAILED(IStream_Size(stream.Get(), &size)) || FAILED(IStream_Reset(stream.Get()))) return Gdiplus::GenericError;
+  bytes.resize(static_cast<std::size_t>(size.QuadPart));
+  return SUCCEEDED(IStream_Read(stream.Get(), bytes.data(), static_cast<ULONG>(bytes.size()))) ? Gdiplus::Ok
+                                                                                               : Gdiplus::GenericError;
+}
+
+Status WriteWhole(const std::wstring& path, Gdiplus::GpBitmap* bitmap, const CLSID& encoder) {
+  std::vector<std::uint8_t> bytes;
+  const Status status = Encode(bitmap, encoder, bytes);
+  if (status != Gdiplus::Ok) return status;
+  TemporaryFile file(TemporaryPathBeside(path));
+  return (file.Write(bytes) && file.MoveTo(path)) || IsThere(path) ? Gdiplus::Ok : Gdiplus::Win32Error;
 }
 
 Status WriteWhole(const std::wstring& path, const IconPixels& pixels, const CLSID& encoder) {
@@ -92,7 +123,7 @@ std::optional<CLSID> FindPngEncoder() {
 }
 
 std::vector<std::uint8_t> ReadPng(const std::wstring& path) {
-  std::optional<std::vector<std::uint8_t>> bytes = ReadWholeFile(path);
+  std::optional<std::vector<std::uint8_t>> bytes = ReadRegularFile(path);
   if (!bytes) Log(LogLevel::Error, L"Failed to read icon file %s\n", path.c_str());
   return std::move(bytes).value_or(std::vector<std::uint8_t>());
 }

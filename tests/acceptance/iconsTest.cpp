@@ -8,6 +8,7 @@
 
 #include "tests/support/hostTest.h"
 #include "tests/support/iconImages.h"
+#include "tests/support/importTable.h"
 
 #include <cstring>
 #include <future>
@@ -115,7 +116,7 @@ TEST_F(Icons, AnApplicationHasTheBestImageOfEachSizeWithItsPixels) {
     EXPECT_EQ(HostLog::Count(3, L"IconBoss: cached icon " + NameOf(image) + L'\n'), 1u);
   }
   // The same picture, stored in the icon as a PNG.
-  const std::wstring newer = Program(L"newer", {{256, 256, 32, ReadWholeFile(PathOf(large)).value_or(Bytes())}});
+  const std::wstring newer = Program(L"newer", {{256, 256, 32, ReadRegularFile(PathOf(large)).value_or(Bytes())}});
   EXPECT_EQ(SizesOf(host, newer), (Sizes{{256, 256}}));
   EXPECT_EQ(HostLog::Count(3, L"Found existing PNG file " + PathOf(large) + L'\n'), 1u);
 }
@@ -155,7 +156,7 @@ TEST_F(Icons, ThePictureOfTwoProgramsIsStoredOnceAndReadBackLater) {
   std::uint64_t size = 7;
   ASSERT_EQ(host->GetIconData(name.c_str(), &data, &size), 1);
   const auto* const bytes = static_cast<const std::uint8_t*>(data);
-  EXPECT_EQ(Bytes(bytes, bytes + size), ReadWholeFile(path));
+  EXPECT_EQ(Bytes(bytes, bytes + size), ReadRegularFile(path));
   host->FreeIconData(data);
   fs::remove(path);
   EXPECT_EQ(host->GetIconData(name.c_str(), &data, &size), 0);
@@ -185,7 +186,10 @@ TEST_F(Icons, FilesAreReadByTheirKindAndTheirDirectory) {
       {L"two.ico", IcoFile(two), {{16, 16}, {24, 24}}, L"Found 2 icons in the icon file\n"},
       {L"two", IcoFile(two), {{16, 16}, {24, 24}}, L"two appears to be ICO format\n"},
       {L"three", {0, 0, 1}, {}, L"three - EXE assumed\n"},
-      {L"panel.cpl", ReadWholeFile(Program(L"two", two)).value_or(Bytes()), {{16, 16}, {24, 24}}, L"Found 2 icons in"},
+      {L"panel.cpl",
+       ReadRegularFile(Program(L"two", two)).value_or(Bytes()),
+       {{16, 16}, {24, 24}},
+       L"Found 2 icons in"},
       {L"two.ICO", IcoFile(two), {}, L"Don't know how to mine icons from ICO file\n"},
       {L"hundred.ico", IcoFile(hundred), {{16, 16}}, L"Miner found 100 icons\n"},
       {L"more.ico", IcoFile(hundred, 101), {}, L"more.ico contains corrupt icon directory (not an ico file?)\n"},
@@ -354,7 +358,7 @@ TEST_F(Icons, AnImageThatLiesAboutItsSizeLeavesOutItsSizeOnly) {
   IconImage huge = MakeImage(28, 28, 32);
   huge.bytes[6] = huge.bytes[10] = 0xFF;  // in the header's width and height
   const std::wstring path = Program(L"lies", {huge, MakeImage(20, 20, 32), MakeImage(16, 16, 32)});
-  Bytes module = ReadWholeFile(path).value_or(Bytes());
+  Bytes module = ReadRegularFile(path).value_or(Bytes());
   // The end of an entry in the tables of the resources: the size of the image of 20 pixels and two fields of zeros.
   const Bytes size = {0xB8, 0x06, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
   const auto field = std::search(module.begin(), module.end(), size.begin(), size.end());
@@ -407,13 +411,35 @@ TEST_F(Icons, OnlyWellNamedFilesOfTheFolderAreReadBack) {
   EXPECT_FALSE(HasLine(L"Failed to read icon file "));
 }
 
-TEST_F(Icons, AFolderThatCannotBeMadeGivesWayToTheDefault) {
+BOOL WINAPI TellNotElevated(HANDLE token, TOKEN_INFORMATION_CLASS what, void* information, DWORD size, DWORD* needed) {
+  if (what != TokenElevation) return GetTokenInformation(token, what, information, size, needed);
+  static_cast<TOKEN_ELEVATION*>(information)->TokenIsElevated = 0;
+  return TRUE;
+}
+
+TEST_F(Icons, AFolderThatCannotBeMadeOrTrustedGivesWayToTheDefault) {
   const std::wstring file = folder_.WriteText(L"file", L"");
-  for (const std::wstring& folder : {file + L"\\below", std::wstring(L"\\\\quarry.invalid\\share\\icons")}) {
+  const std::wstring open = folder_.MakeOpenFolder(L"open");
+  const std::wstring link = folder_ / L"link";
+  ASSERT_TRUE(folder_.LinkFolder(L"link", folder_.MakeFolder(L"target")));
+  for (const auto& [folder, message] :
+       {std::pair(file + L"\\below", std::wstring(L"Invalid PNG cache folder \"%s\", error ")),
+        {L"\\\\quarry.invalid\\share\\icons", L"Invalid PNG cache folder \"%s\", error "},
+        {file, L"Invalid PNG cache folder \"%s\", error 267\n"},
+        {open, L"Untrusted PNG cache folder \"%s\": \"%s\" (owner S-1-"},
+        {open, L") can be written to by ordinary accounts\n"},
+        {link, L") is a reparse point\n"}}) {
     settings_.SetString(L"", L"IconCacheDir", folder);
     const QuarryHost host;
-    EXPECT_TRUE(HasLine(L"Invalid PNG cache folder \"" + folder + L"\", error "));
+    EXPECT_TRUE(HasLine(Str_FormatWide(message.c_str(), folder.c_str(), folder.c_str()))) << fs::path(message);
     EXPECT_EQ(HostLog::Count(3, L"Using PNG cache folder \"C:\\ProgramData\\Velkor\\Velkor Quarry\\IconCache\"\n"), 1u);
+  }
+  {
+    // In an ordinary user's process the folder is that user's matter.
+    const ReplacedImport replaced(Library::Instance().Module(), "advapi32.dll", "GetTokenInformation", TellNotElevated);
+    settings_.SetString(L"", L"IconCacheDir", open);
+    const QuarryHost host;
+    EXPECT_EQ(HostLog::Count(3, L"Using PNG cache folder \"" + open + L"\"\n"), 1u);
   }
   // With a file in the default folder's place there is no icon cache, and all else works.
   const fs::path vendor = L"C:\\ProgramData\\Velkor";
@@ -431,14 +457,12 @@ TEST_F(Icons, AFolderThatCannotBeMadeGivesWayToTheDefault) {
 
 TEST_F(Icons, AnIconThatCannotBeStoredIsAnEmptyEntryAndLeavesNothingBehind) {
   const std::wstring path = Program(L"unstored", {MakeImage(16, 16, 32), MakeImage(32, 32, 8)});
-  // Gone, read-only (the kernel's own folder), and in truth a file, which this system takes for a folder.
-  for (const std::wstring& folder : {cache_, std::wstring(L"Z:\\proc"), folder_.WriteText(L"file", L"")}) {
+  // Gone, and read-only (the kernel's own folder).
+  for (const std::wstring& folder : {cache_, std::wstring(L"Z:\\proc\\fs")}) {
     SCOPED_TRACE(fs::path(folder).string());
     settings_.SetString(L"", L"IconCacheDir", folder);
     const QuarryHost host;
     EXPECT_EQ(HostLog::Count(2, L"No icons in cache folder " + folder + L'\n'), 1u);
-    EXPECT_EQ(HasLine(L"Failed to initialize search of cache " + folder + L"\\*-*-*.png, error "),
-              folder == folder_ / L"file");
     if (folder == cache_) fs::remove_all(cache_);
     EXPECT_EQ(SizesOf(host, path), (Sizes{{-1, -1}, {-1, -1}}));
     EXPECT_EQ(HostLog::CountHolding(L"Failed to save PNG file " + folder), 2u);

@@ -25,7 +25,8 @@ struct Fault {
 
 /// Those that give something back, that only look at memory, or that the compiler's run time has for itself.
 bool CanFail(const Import& import) {
-  static const std::set<std::string> kFromRuntime = {"malloc", "calloc", "realloc", "_wcsdup", "_wfopen"};
+  static const std::set<std::string> kFromRuntime = {"malloc",  "calloc",  "realloc",
+                                                     "_wcsdup", "_fdopen", "_open_osfhandle"};
   static const std::set<std::string> kNever = {"AddVectoredExceptionHandler",
                                                "CallNextHookEx",
                                                "CloseHandle",

@@ -3,11 +3,13 @@
 #include "quarry/diagnostics/log.h"
 
 #include "lib/misc/platformHandles.h"
+#include "lib/misc/trustedPath.h"
 
 #include <gmock/gmock.h>
 
 #include <sddl.h>
 
+#include <filesystem>
 #include <string>
 
 namespace {
@@ -63,6 +65,40 @@ TEST(Dacl, FirstEntryForEveryoneDecidesWhetherAFolderIsWritable) {
   ace->Header.AceType = 0x42;
   dacl.get()->AceCount = 9;  // more than there are
   EXPECT_EQ(IsDaclWorldWritable(dacl.get(), world.bytes), false);
+}
+
+TEST(Dacl, AFolderIsTrustedWhenNoOrdinaryAccountOwnsOrChangesIt) {
+  const wchar_t* const kOwner = L"belongs to an ordinary account";
+  const wchar_t* const kWritable = L"can be written to by ordinary accounts";
+  const struct {
+    const wchar_t* text;
+    const wchar_t* way;
+    const wchar_t* content;
+  } kRows[] = {{L"O:BAD:P(A;;FA;;;SY)(A;;FA;;;BA)(A;;FRFX;;;BU)", nullptr, nullptr},
+               {L"O:SYD:", nullptr, nullptr},
+               {L"O:S-1-5-21-1-2-3-1000D:(A;;FA;;;S-1-5-21-1-2-3-1000)", nullptr, nullptr},
+               {L"O:S-1-5-21-1-2-3-1001D:(A;;FA;;;BA)", kOwner, kOwner},
+               {L"O:BA", kWritable, kWritable},
+               {L"O:BAD:(A;;FA;;;BA)(A;;0x2;;;BU)", nullptr, kWritable},  // adds files
+               {L"O:BAD:(A;;0x4;;;AU)", nullptr, kWritable},              // adds folders
+               {L"O:BAD:(A;;0x100;;;BU)", nullptr, kWritable},            // may make a junction of it
+               {L"O:BAD:(A;;0x40;;;BU)", kWritable, kWritable},           // deletes what is in it
+               {L"O:BAD:(A;;SD;;;BU)", kWritable, kWritable},
+               {L"O:BAD:(A;;WD;;;WD)", kWritable, kWritable},
+               {L"O:BAD:(A;;WO;;;WD)", kWritable, kWritable},
+               {L"O:BAD:(A;OICIIO;FA;;;BU)", nullptr, kWritable},  // of what will be in it
+               {L"O:BAD:(A;OICIIO;FA;;;CO)(D;;FA;;;BU)", nullptr, nullptr}};
+  for (const auto& row : kRows) {
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorW(row.text, SDDL_REVISION_1, &descriptor, nullptr));
+    const UniqueLocal<void> owner(descriptor);
+    const auto reason = [&](TrustedUse use) {
+      return ReasonForDistrust(descriptor, use, L"S-1-5-21-1-2-3-1000").value_or(L"");
+    };
+    EXPECT_EQ(reason(TrustedUse::Way), row.way == nullptr ? L"" : row.way) << std::filesystem::path(row.text);
+    EXPECT_EQ(reason(TrustedUse::Content), row.content == nullptr ? L"" : row.content)
+        << std::filesystem::path(row.text);
+  }
 }
 
 TEST(Dacl, KeyPassesWhenItIsEmptyButNotWithoutOne) {

@@ -32,10 +32,10 @@ class WindowFilter : public Test {
     return std::count_if(messages.begin(), messages.end(),
                          [&](const std::string& message) { return message.find(part) != std::string::npos; });
   }
-  void Load(const std::string& text, const char* context = nullptr) const {
+  void Load(const std::string& text, const char* context = nullptr) {
     const std::wstring path =
         folder_.WriteBytes(L"rules 漢字.txt", {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
-    ASSERT_TRUE(SeamlyFilterProcessFile(path, context));
+    ASSERT_TRUE(SeamlyFilterProcessFile(path, context, leftOut_));
   }
   /// The table as text: items as "key:value", rule sets in brackets, items in the order of writing.
   static std::string Table() {
@@ -76,6 +76,7 @@ class WindowFilter : public Test {
       0xFFFF'0002'0003'0004,
   };
   const TemporaryFolder folder_{L"quarryFilter"};
+  RulesLeftOut leftOut_;
 };
 
 TEST_F(WindowFilter, ReadsTheGrammarOfRuleFiles) {
@@ -115,10 +116,33 @@ TEST_F(WindowFilter, ReadsTheGrammarOfRuleFiles) {
   EXPECT_EQ(Table(), "[ 9:map ][ 4:1 ][ 7:B ]");
 }
 
+TEST_F(WindowFilter, ReadsNoMoreThanAFolderForRulesHolds) {
+  const std::string rule = "BeginRule\nclassname=A\n#";
+  const std::wstring sub = folder_.MakeFolder(L"rules");
+  for (int file = 0; file < 256; ++file) folder_.WriteBytes(Str_FormatWide(L"rules\\%d", file), {});
+  folder_.WriteBytes(L"rules\\0", std::vector<std::uint8_t>(rule.begin(), rule.end()));
+  EXPECT_TRUE(SeamlyFilterProcessFolder(sub, nullptr, leftOut_));
+  EXPECT_EQ(Table(), "[ 7:A ]");
+  EXPECT_THAT(leftOut_, IsEmpty());
+  std::vector<std::uint8_t> large(rule.begin(), rule.end());
+  large.resize(1 << 20, ' ');
+  folder_.WriteBytes(L"rules\\0", large);
+  EXPECT_TRUE(SeamlyFilterProcessFolder(sub, nullptr, leftOut_));
+  EXPECT_EQ(Table(), "[ 7:A ][ 7:A ]");
+  large.push_back(' ');
+  folder_.WriteBytes(L"rules\\0", large);
+  folder_.WriteBytes(L"rules\\one more", {});
+  EXPECT_TRUE(SeamlyFilterProcessFolder(sub, nullptr, leftOut_));
+  EXPECT_EQ(Table(), "[ 7:A ][ 7:A ]");
+  ASSERT_THAT(leftOut_, SizeIs(2));
+  EXPECT_EQ(leftOut_[0].path + L' ' + leftOut_[0].reason, sub + L"\\0 is larger than 1 MiB");
+  EXPECT_EQ(leftOut_[1].reason, L"is one more than 256");
+}
+
 TEST_F(WindowFilter, ReportsWhatItReads) {
   Load("BeginRule\ncompany = X\nclassname=A\nnonsense\n");
-  EXPECT_FALSE(SeamlyFilterProcessFile(L"Q:\\missing 漢", nullptr));
-  EXPECT_FALSE(SeamlyFilterProcessFolder(folder_ / L"none", nullptr));
+  EXPECT_FALSE(SeamlyFilterProcessFile(L"Q:\\missing 漢", nullptr, leftOut_));
+  EXPECT_FALSE(SeamlyFilterProcessFolder(folder_ / L"none", nullptr, leftOut_));
   ParseRegRule("Name", "type=dock;;nonsense;a=b;", nullptr);
   SeamlyFilter_Close();
   EXPECT_THAT(messages,
