@@ -56,14 +56,32 @@ quarry_install(include/quarry include/quarry/quarry.h include/quarry/quarry.hpp)
 quarry_install(lib ${importLibraries})
 quarry_install(lib/cmake/quarry cmake/quarryConfig.cmake ${PROJECT_BINARY_DIR}/package/quarryConfigVersion.cmake)
 quarry_install(. README.md CHANGELOG.md THIRD_PARTY_NOTICES.md ${PROJECT_BINARY_DIR}/package/quarry.spdx.json)
-quarry_install(examples examples/host.c examples/host.cpp examples/linkedHost.c examples/agent.cpp)
+quarry_install(examples examples/host.c examples/host.cpp examples/linkedHost.c examples/everyCall.c examples/agent.cpp)
 install(FILES examples/package.cmake DESTINATION examples RENAME CMakeLists.txt COMPONENT sdk)
 install(DIRECTORY docs/ DESTINATION docs COMPONENT sdk FILES_MATCHING PATTERN *.md)
 if(EXISTS ${PROJECT_SOURCE_DIR}/policy)
   install(DIRECTORY policy/ DESTINATION policy COMPONENT sdk)
 endif()
-set(reference ${PROJECT_BINARY_DIR}/package/reference)
-install(DIRECTORY ${reference} DESTINATION docs COMPONENT sdk OPTIONAL)
+
+# The reference, from the headers' own comments. What is not documented is an error.
+find_program(QUARRY_DOXYGEN doxygen)
+if(QUARRY_DOXYGEN)
+  set(reference ${PROJECT_BINARY_DIR}/package/reference)
+  file(READ docs/reference.doxyfile doxyfile)
+  file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/package/reference.doxyfile CONTENT
+       "${doxyfile}PROJECT_NUMBER=${PROJECT_VERSION}\nOUTPUT_DIRECTORY=\"${PROJECT_BINARY_DIR}/package\"\n" @ONLY)
+  file(GLOB headersAndExamples CONFIGURE_DEPENDS include/quarry/* examples/*)
+  add_custom_command(
+    OUTPUT ${reference}/index.html
+    COMMAND ${QUARRY_DOXYGEN} ${PROJECT_BINARY_DIR}/package/reference.doxyfile
+    DEPENDS ${headersAndExamples} ${PROJECT_BINARY_DIR}/package/reference.doxyfile
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}
+    VERBATIM)
+  add_custom_target(reference DEPENDS ${reference}/index.html)
+  install(DIRECTORY ${reference} DESTINATION docs COMPONENT sdk OPTIONAL)
+elseif(QUARRY_RELEASE)
+  message(FATAL_ERROR "doxygen is missing: scripts/package.sh installs it.")
+endif()
 
 # What Visual C++ and Clang write beside a program. GCC's debug information is inside.
 foreach(target quarry quarryctl)

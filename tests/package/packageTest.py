@@ -137,6 +137,7 @@ class Package(unittest.TestCase):
         self.assertIn('iexplore.exe', listed)
         self.assertEqual(run(*wine(build / 'bin/hostCpp.exe'), folder=build), listed)
         self.assertRegex(run(*wine(build / 'bin/linkedHost.exe'), folder=build), r'^\d+ windows')
+        self.assertIn('memleak: no leaks.', run(*wine(build / 'bin/everyCall.exe'), folder=build))
         self.check_agent(build)
         run('cmake', '-S', source, '-B', build, '-DCMAKE_CXX_STANDARD=20')
         run('cmake', '--build', build, '--target', 'hostCpp')
