@@ -1,3 +1,4 @@
+#include "quarry/apps/linkFile.h"
 #include "quarry/icons/hash.h"
 
 #include "lib/misc/versionBlock.h"
@@ -40,6 +41,59 @@ TEST(VersionBlock, FindsStringsWithinTheResourceWhateverItsLengthsSay) {
   std::fill_n(endless.begin(), 4, std::uint8_t{0xFF});
   endless.resize(300'000, 0xFF);
   EXPECT_EQ(StringOf(endless).find(L'\0'), std::wstring::npos);
+}
+
+/// A shortcut file of just its header and what `flags` say follows.
+Bytes LinkOf(std::uint8_t flags, const Bytes& rest) {
+  Bytes link(0x4C);
+  const Bytes start = {0x4C, 0, 0, 0, 0x01, 0x14, 0x02, 0, 0, 0, 0, 0, 0xC0, 0, 0, 0, 0, 0, 0, 0x46, flags};
+  std::copy(start.begin(), start.end(), link.begin());
+  link.insert(link.end(), rest.begin(), rest.end());
+  return link;
+}
+
+TEST(Link, IsSoundWhenItsSizesAndOffsetsStayInside) {
+  Bytes texts(2 + 2 * 260);
+  texts[0] = 0x04;
+  texts[1] = 0x01;
+  Bytes info(0x30);
+  info[0x00] = 0x30;
+  info[0x08] = 3;     // a volume and a network
+  info[0x0C] = 0x1C;  // the volume, with a size and a label of its own
+  info[0x10] = 0x2F;  // path
+  info[0x14] = 0x1C;  // network
+  info[0x18] = 0x2F;  // rest of the path
+  info[0x1C] = 0x12;
+  info[0x28] = 0x10;
+  const Bytes list = {6, 0, 4, 0, 'a', 'b', 0, 0};
+  const struct {
+    Bytes link;
+    std::vector<std::pair<std::size_t, std::uint8_t>> damages;
+  } kLinks[] = {{LinkOf(0, {}), {{0, 0x4D}, {4, 0}}},
+                {LinkOf(0x01, list), {{0x4C, 7}, {0x4C, 3}, {0x4C, 4}, {0x4E, 1}, {0x4E, 5}}},
+                {LinkOf(0x02, info),
+                 {{0x4C, 0x31},
+                  {0x4C, 0x1B},
+                  {0x4F, 0x80},
+                  {0x58, 0x21},
+                  {0x5C, 0x30},
+                  {0x60, 0x30},
+                  {0x64, 0x30},
+                  {0x68, 0x15},
+                  {0x6B, 1},
+                  {0x74, 0x12}}},
+                {LinkOf(0x88, texts), {{0x4C, 0x05}}},
+                {LinkOf(0x90, texts), {{0x4C, 0x05}}}};
+  for (const auto& [link, damages] : kLinks) {
+    EXPECT_TRUE(IsSoundLink(link)) << int{link[0x14]};
+    EXPECT_FALSE(IsSoundLink(std::span(link).first(link.size() - 1))) << int{link[0x14]};
+    for (const auto& [offset, value] : damages) {
+      Bytes damaged = link;
+      damaged[offset] = value;
+      damaged.resize(damaged.size() + (link[0x14] >= 0x80 ? 8 : 0));  // so that only the count is too large
+      EXPECT_FALSE(IsSoundLink(damaged)) << int{link[0x14]} << ' ' << offset;
+    }
+  }
 }
 
 TEST(Hash, IsLowerCaseMd5OfAnyLength) {
