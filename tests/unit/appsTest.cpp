@@ -1,9 +1,13 @@
 #include "quarry/apps/linkFile.h"
 #include "quarry/icons/hash.h"
 
+#include "lib/misc/fileBytes.h"
+#include "lib/misc/resourceTree.h"
 #include "lib/misc/versionBlock.h"
 
 #include "tests/support/hostTest.h"
+
+#include <cstring>
 
 namespace quarry::test {
 namespace {
@@ -93,6 +97,48 @@ TEST(Link, IsSoundWhenItsSizesAndOffsetsStayInside) {
       damaged.resize(damaged.size() + (link[0x14] >= 0x80 ? 8 : 0));  // so that only the count is too large
       EXPECT_FALSE(IsSoundLink(damaged)) << int{link[0x14]} << ' ' << offset;
     }
+  }
+}
+
+TEST(ResourceTree, IsSoundWhenItsTablesStayInTheirSection) {
+  const TemporaryFolder folder;
+  const std::wstring program = folder.CopyFrom(L"a.exe", FixtureProgram(L"emptyApp"));
+  PutVersion(program, {true, {{0x0409, 0x04e4}}, {{kKey, {{L"ProductName", L"Example"}}}}});
+  const Bytes whole = ReadRegularFile(program).value_or(Bytes());
+  const auto isSound = [&](const Bytes& bytes) {
+    const UniqueFile file = OpenRegularFile(folder.WriteBytes(L"b.exe", bytes));
+    return IsSoundResourceTree(file.get(), {LOWORD(RT_VERSION)});
+  };
+  EXPECT_TRUE(isSound(whole));
+  EXPECT_TRUE(isSound({}));
+  EXPECT_TRUE(isSound(Bytes(whole.begin(), whole.begin() + 0x100)));  // the platform says what it thinks of it
+
+  const auto number = [&](std::size_t offset) {
+    std::uint32_t value = 0;
+    std::memcpy(&value, whole.data() + offset, sizeof(value));
+    return value;
+  };
+  const std::string name = ".rsrc";
+  const auto header =
+      static_cast<std::size_t>(std::search(whole.begin(), whole.end(), name.begin(), name.end()) - whole.begin());
+  const std::size_t root = number(header + 20);
+  std::size_t type = root + 16;  // its entry in the root
+  while (number(type) != LOWORD(RT_VERSION)) type += 8;
+  const std::size_t names = root + (number(type + 4) & 0xFFFF);
+  const std::size_t languages = root + (number(names + 20) & 0xFFFF);
+  const std::size_t content = root + number(languages + 20);
+  for (const auto& [offset, value] : {std::pair(root + 14, std::uint32_t{0xFFFF}),  // more types than there is room for
+                                      {type + 4, 0x80FFFFF0},
+                                      {names + 12, 0xFFFFFFFF},
+                                      {names + 16, 0x80FFFFF0},
+                                      {names + 20, 0x80FFFFF0},
+                                      {languages + 12, 0xFFFFFFFF},
+                                      {languages + 20, 0x00FFFFF0},
+                                      {content, 0},
+                                      {content + 4, 0x00FFFFFF}}) {
+    Bytes damaged = whole;
+    std::memcpy(damaged.data() + offset, &value, sizeof(value));
+    EXPECT_FALSE(isSound(damaged)) << offset - root;
   }
 }
 
