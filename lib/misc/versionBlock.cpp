@@ -1,5 +1,7 @@
 #include "lib/misc/versionBlock.h"
 
+#include "lib/misc/fileBytes.h"
+#include "lib/misc/resourceTree.h"
 #include "lib/string/str.h"
 
 #include <windows.h>
@@ -56,6 +58,13 @@ std::optional<std::wstring> VersionBlock::FirstLanguageCodePage() const {
 }
 
 VersionResource ReadVersionResource(const std::wstring& path) {
+  // Held until its resource is read. What cannot be opened the platform reports in its own way, but for what is no
+  // file.
+  const UniqueFile file = OpenDiskFile(path, FILE_SHARE_READ);
+  if (!file && GetLastError() == ERROR_BAD_DEV_TYPE) return {std::nullopt, VersionCall::Size, ERROR_BAD_DEV_TYPE};
+  if (file && !IsSoundResourceTree(file.get(), {LOWORD(RT_VERSION)})) {
+    return {std::nullopt, VersionCall::Size, ERROR_RESOURCE_TYPE_NOT_FOUND};
+  }
   DWORD ignored = 0;
   const DWORD size = GetFileVersionInfoSizeW(path.c_str(), &ignored);
   if (size == 0) return {std::nullopt, VersionCall::Size, GetLastError()};

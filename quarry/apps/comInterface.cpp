@@ -1,10 +1,15 @@
 #include "quarry/apps/comInterface.h"
 
+#include "quarry/apps/linkFile.h"
 #include "quarry/diagnostics/log.h"
 
+#include "lib/misc/fileBytes.h"
 #include "lib/misc/noDestructor.h"
 
+#include <cstdint>
 #include <memory>
+#include <optional>
+#include <vector>
 
 namespace quarry {
 
@@ -34,6 +39,15 @@ ComInterface::~ComInterface() {
   shellLink_.Reset();
   // Uninitialising counts by thread: on another one it would take away what is not ours.
   if (initializedThread_ == GetCurrentThreadId()) CoUninitialize();
+}
+
+// Wine (8.0) overruns its stack on long paths, reads past item lists that lie about their size, and takes 20 s for a
+// link info of gigabytes.
+bool ComInterface::Load(const std::wstring& path) const {
+  constexpr std::size_t kLargestLink = std::size_t{1} << 20;
+  const std::optional<std::vector<std::uint8_t>> bytes = ReadFileStart(path, kLargestLink + 1);
+  return bytes && bytes->size() <= kLargestLink && IsSoundLink(*bytes) &&
+         SUCCEEDED(persistFile_->Load(path.c_str(), STGM_READ));
 }
 
 // Counted last: a user whose turn ended in an exception never releases.

@@ -8,6 +8,8 @@
 #include <shobjidl.h>
 #include <wrl/client.h>
 
+#include <string>
+
 namespace quarry {
 
 /// The process's one shell-link object, through which all shortcuts are read. It initialises COM as a single-threaded
@@ -21,7 +23,9 @@ class ComInterface {
 
   bool IsValid() const { return shellLink_ != nullptr && persistFile_ != nullptr; }
   IShellLinkW& ShellLink() const { return *shellLink_.Get(); }
-  IPersistFile& PersistFile() const { return *persistFile_.Get(); }
+  /// Loads the shortcut file at `path`; false when there is none, or one of more than 1 MiB or with sizes that do not
+  /// hold.
+  bool Load(const std::wstring& path) const;
 
  private:
   DWORD initializedThread_ = 0;  // 0 when COM was not initialised here

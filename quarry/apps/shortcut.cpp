@@ -79,7 +79,7 @@ bool Shortcut::ResolveLinkAttributes(bool wantsIcons) {
   const ComReference com;
   const LinkDepth depth;
 
-  if (com.Get() == nullptr || FAILED(com.Get()->PersistFile().Load(path.c_str(), STGM_READ))) {
+  if (com.Get() == nullptr || !com.Get()->Load(path)) {
     Log(LogLevel::Error, L"\"%s\": failed to load IPeristFile\n", path.c_str());
     return false;
   }

@@ -5,18 +5,32 @@
 #include "quarry/icons/imageHeader.h"
 #include "quarry/icons/mappedResource.h"
 
+#include "lib/misc/fileBytes.h"
+#include "lib/misc/resourceTree.h"
+
+#include <shlwapi.h>
+
 namespace quarry {
 
 namespace {
 
 std::uint64_t SizeFrom(std::uint8_t byte) { return byte == 0 ? 256 : byte; }
 
+/// As data. Null, with the platform's error, when there is no such file on a disk.
+HMODULE LoadAsData(const std::wstring& path, UniqueFile& source) {
+  // A name without a folder is searched for by the platform, in the system's folders first.
+  if (PathIsRelativeW(path.c_str()) == FALSE) {
+    source = OpenDiskFile(path, FILE_SHARE_READ);
+    if (!source) return nullptr;
+  }
+  return LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
+}
+
 }  // namespace
 
 bool IconMinerExe::Init(const std::wstring& path, std::int32_t index) {
   index_ = index;
-  const HMODULE module =
-      LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
+  const HMODULE module = LoadAsData(path, source_);
   // A file that cannot be loaded gives null (Microsoft Learn, LoadLibraryExW), which goes on to the message about the
   // missing resource that administrators know. No module has this value; were it given, it must not be read.
   if (module == INVALID_HANDLE_VALUE) {
@@ -25,8 +39,7 @@ bool IconMinerExe::Init(const std::wstring& path, std::int32_t index) {
   }
   module_.attach(module);
 
-  const GroupIconName name(module, index);
-  const HRSRC resource = FindResourceW(module, name.Get(), RT_GROUP_ICON);
+  const HRSRC resource = FindGroup();
   if (resource != nullptr) group_ = IconDirectory<GroupEntry>(MappedBytesOf(module, resource));
   if (resource != nullptr && !group_.HasHeader()) SetLastError(ERROR_INVALID_DATA);
   if (!group_.HasHeader()) {
@@ -43,6 +56,16 @@ bool IconMinerExe::Init(const std::wstring& path, std::int32_t index) {
   }
   initialized_ = true;
   return true;
+}
+
+HRSRC IconMinerExe::FindGroup() const {
+  const auto types = {LOWORD(RT_GROUP_ICON), LOWORD(RT_ICON)};
+  if (source_ && !IsSoundResourceTree(source_.get(), types)) {
+    SetLastError(ERROR_RESOURCE_TYPE_NOT_FOUND);
+    return nullptr;
+  }
+  const GroupIconName name(module_.get(), index_);
+  return FindResourceW(module_.get(), name.Get(), RT_GROUP_ICON);
 }
 
 UniqueIcon IconMinerExe::LoadIconOf(const MinedIcon& icon) const {

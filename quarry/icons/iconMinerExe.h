@@ -20,9 +20,12 @@ class IconMinerExe : public IconMiner {
   bool Init(const std::wstring& path, std::int32_t index) override;
 
  private:
+  /// Null, with the platform's error, when there is none.
+  HRSRC FindGroup() const;
   bool CanBeLoaded(int width, int height) const;
 
   std::int32_t index_ = 0;
+  UniqueFile source_;  // held while it is mined, so that it stays what it was when it was judged
   UniqueModule module_;
   IconDirectory<GroupEntry> group_;  // inside the mapping of module_
   ObjectCount count_{"IconMinerExe"};

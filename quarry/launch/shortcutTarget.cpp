@@ -12,7 +12,7 @@ bool IsShortcut(const std::wstring& path) { return _wcsicmp(PathFindExtensionW(p
 
 std::optional<std::wstring> ShortcutTarget(const std::wstring& path) {
   const ComReference com;
-  if (com.Get() == nullptr || FAILED(com.Get()->PersistFile().Load(path.c_str(), STGM_READ))) return std::nullopt;
+  if (com.Get() == nullptr || !com.Get()->Load(path)) return std::nullopt;
   wchar_t target[MAX_PATH] = {};
   const HRESULT result = com.Get()->ShellLink().GetPath(target, MAX_PATH, nullptr, 0);
   // Microsoft Learn, IShellLinkW::GetPath: S_FALSE when the link has no path.

@@ -1,5 +1,7 @@
 // What becomes of one path: kinds of application, version strings, shortcuts, variables and unusual names.
 
+#include "lib/misc/fileBytes.h"
+
 #include "tests/support/hostTest.h"
 
 #include <knownfolders.h>
@@ -203,6 +205,8 @@ std::wstring PanelLink(const std::wstring& path) {
 }
 
 TEST_F(ApplicationTest, ShortcutThatLeadsToNoApplicationIsDropped) {
+  Bytes large = ReadRegularFile(folder_.WriteLink(L"model.lnk", FixtureProgram(L"emptyApp"))).value_or(Bytes());
+  large.resize((1 << 20) + 1);
   const std::wstring file = folder_.WriteText(L"Setup.EXE", L"");
   const std::wstring folder = folder_.MakeFolder(L"sub.exe folder");
   const std::wstring self = folder_ / L"self.lnk";
@@ -216,6 +220,7 @@ TEST_F(ApplicationTest, ShortcutThatLeadsToNoApplicationIsDropped) {
       {folder_.WriteLink(L"self.lnk", self), 1, L"target \"" + self + L"\" not recognized\n"},
       {PanelLink(folder_ / L"panel.lnk"), 1, L"failed to get path from IDs - unresolvable\n"},
       {folder_.WriteBytes(L"empty.lnk", {}), 0, L"failed to load IPeristFile\n"},
+      {folder_.WriteBytes(L"large.lnk", large), 0, L"failed to load IPeristFile\n"},
       {folder_ / L"missing.lnk", 0, L"failed to load IPeristFile\n"},
   };
   for (const auto& [link, level, message] : kCases) {

@@ -1,8 +1,13 @@
+#include "quarry/apps/linkFile.h"
 #include "quarry/icons/hash.h"
 
+#include "lib/misc/fileBytes.h"
+#include "lib/misc/resourceTree.h"
 #include "lib/misc/versionBlock.h"
 
 #include "tests/support/hostTest.h"
+
+#include <cstring>
 
 namespace quarry::test {
 namespace {
@@ -40,6 +45,101 @@ TEST(VersionBlock, FindsStringsWithinTheResourceWhateverItsLengthsSay) {
   std::fill_n(endless.begin(), 4, std::uint8_t{0xFF});
   endless.resize(300'000, 0xFF);
   EXPECT_EQ(StringOf(endless).find(L'\0'), std::wstring::npos);
+}
+
+/// A shortcut file of just its header and what `flags` say follows.
+Bytes LinkOf(std::uint8_t flags, const Bytes& rest) {
+  Bytes link(0x4C);
+  const Bytes start = {0x4C, 0, 0, 0, 0x01, 0x14, 0x02, 0, 0, 0, 0, 0, 0xC0, 0, 0, 0, 0, 0, 0, 0x46, flags};
+  std::copy(start.begin(), start.end(), link.begin());
+  link.insert(link.end(), rest.begin(), rest.end());
+  return link;
+}
+
+TEST(Link, IsSoundWhenItsSizesAndOffsetsStayInside) {
+  Bytes texts(2 + 2 * 260);
+  texts[0] = 0x04;
+  texts[1] = 0x01;
+  Bytes info(0x30);
+  info[0x00] = 0x30;
+  info[0x08] = 3;     // a volume and a network
+  info[0x0C] = 0x1C;  // the volume, with a size and a label of its own
+  info[0x10] = 0x2F;  // path
+  info[0x14] = 0x1C;  // network
+  info[0x18] = 0x2F;  // rest of the path
+  info[0x1C] = 0x12;
+  info[0x28] = 0x10;
+  const Bytes list = {6, 0, 4, 0, 'a', 'b', 0, 0};
+  const struct {
+    Bytes link;
+    std::vector<std::pair<std::size_t, std::uint8_t>> damages;
+  } kLinks[] = {{LinkOf(0, {}), {{0, 0x4D}, {4, 0}}},
+                {LinkOf(0x01, list), {{0x4C, 7}, {0x4C, 3}, {0x4C, 4}, {0x4E, 1}, {0x4E, 5}}},
+                {LinkOf(0x02, info),
+                 {{0x4C, 0x31},
+                  {0x4C, 0x1B},
+                  {0x4F, 0x80},
+                  {0x58, 0x21},
+                  {0x5C, 0x30},
+                  {0x60, 0x30},
+                  {0x64, 0x30},
+                  {0x68, 0x15},
+                  {0x6B, 1},
+                  {0x74, 0x12}}},
+                {LinkOf(0x88, texts), {{0x4C, 0x05}}},
+                {LinkOf(0x90, texts), {{0x4C, 0x05}}}};
+  for (const auto& [link, damages] : kLinks) {
+    EXPECT_TRUE(IsSoundLink(link)) << int{link[0x14]};
+    EXPECT_FALSE(IsSoundLink(std::span(link).first(link.size() - 1))) << int{link[0x14]};
+    for (const auto& [offset, value] : damages) {
+      Bytes damaged = link;
+      damaged[offset] = value;
+      damaged.resize(damaged.size() + (link[0x14] >= 0x80 ? 8 : 0));  // so that only the count is too large
+      EXPECT_FALSE(IsSoundLink(damaged)) << int{link[0x14]} << ' ' << offset;
+    }
+  }
+}
+
+TEST(ResourceTree, IsSoundWhenItsTablesStayInTheirSection) {
+  const TemporaryFolder folder;
+  const std::wstring program = folder.CopyFrom(L"a.exe", FixtureProgram(L"emptyApp"));
+  PutVersion(program, {true, {{0x0409, 0x04e4}}, {{kKey, {{L"ProductName", L"Example"}}}}});
+  const Bytes whole = ReadRegularFile(program).value_or(Bytes());
+  const auto isSound = [&](const Bytes& bytes) {
+    const UniqueFile file = OpenRegularFile(folder.WriteBytes(L"b.exe", bytes));
+    return IsSoundResourceTree(file.get(), {LOWORD(RT_VERSION)});
+  };
+  EXPECT_TRUE(isSound(whole));
+  EXPECT_TRUE(isSound({}));
+  EXPECT_TRUE(isSound(Bytes(whole.begin(), whole.begin() + 0x100)));  // the platform says what it thinks of it
+
+  const auto number = [&](std::size_t offset) {
+    std::uint32_t value = 0;
+    std::memcpy(&value, whole.data() + offset, sizeof(value));
+    return value;
+  };
+  const std::string name = ".rsrc";
+  const auto header =
+      static_cast<std::size_t>(std::search(whole.begin(), whole.end(), name.begin(), name.end()) - whole.begin());
+  const std::size_t root = number(header + 20);
+  std::size_t type = root + 16;  // its entry in the root
+  while (number(type) != LOWORD(RT_VERSION)) type += 8;
+  const std::size_t names = root + (number(type + 4) & 0xFFFF);
+  const std::size_t languages = root + (number(names + 20) & 0xFFFF);
+  const std::size_t content = root + number(languages + 20);
+  for (const auto& [offset, value] : {std::pair(root + 14, std::uint32_t{0xFFFF}),  // more types than there is room for
+                                      {type + 4, 0x80FFFFF0},
+                                      {names + 12, 0xFFFFFFFF},
+                                      {names + 16, 0x80FFFFF0},
+                                      {names + 20, 0x80FFFFF0},
+                                      {languages + 12, 0xFFFFFFFF},
+                                      {languages + 20, 0x00FFFFF0},
+                                      {content, 0},
+                                      {content + 4, 0x00FFFFFF}}) {
+    Bytes damaged = whole;
+    std::memcpy(damaged.data() + offset, &value, sizeof(value));
+    EXPECT_FALSE(isSound(damaged)) << offset - root;
+  }
 }
 
 TEST(Hash, IsLowerCaseMd5OfAnyLength) {
