@@ -12,9 +12,6 @@
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-# What only the package needs.
-packages=(clang-16 doxygen lld-16 llvm-16 openssl osslsigncode)
-
 if (($# == 2)) && [[ $1 == --sign ]]; then
   QUARRY_CERTIFICATE=$(realpath "$2")
   [[ -r $QUARRY_CERTIFICATE ]] || Die "cannot read $2"
@@ -22,17 +19,6 @@ if (($# == 2)) && [[ $1 == --sign ]]; then
 elif (($# > 0)) && [[ $* != --twice ]]; then
   Die "usage: package.sh [--sign CERTIFICATE | --twice]"
 fi
-
-InstallPackages() {
-  local package missing=()
-  for package in "${packages[@]}"; do
-    [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) == installed ]] || missing+=("$package")
-  done
-  ((${#missing[@]} > 0)) || return 0
-  AsRoot env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300 update
-  AsRoot env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300 install -y --no-install-recommends \
-    "${missing[@]}"
-}
 
 # The time of all that is packed; archives hold it as local time.
 SOURCE_DATE_EPOCH=$(git -C "$root" log -1 --format=%ct)
@@ -64,15 +50,14 @@ PackElsewhere() {
   # shellcheck disable=SC2064  # "clone" is gone when the trap runs
   trap "rm -rf '$clone'" EXIT
   git clone --quiet "$root" "$clone/clone"
-  "$clone/clone/scripts/setup.sh"
+  "$clone/clone/scripts/setup.sh" package
   ConfigurePackage "$clone/clone"
   BuildPackage "$clone/clone"
   Pack "$clone/clone"
   diff <(Sums "$build/clang/package") <(Sums "$clone/clone/build/clang/package")
 }
 
-"$root/scripts/setup.sh"
-Step tools InstallPackages
+"$root/scripts/setup.sh" wine package
 Step configure ConfigurePackage "$root"
 Step build BuildPackage "$root"
 Step pack Pack "$root"

@@ -175,14 +175,18 @@ class Package(unittest.TestCase):
         self.fail(f'the agent ended without "{line}"')
 
     @unittest.skipUnless(WHOLE, 'the release build has it')
-    def test_library_for_visual_c_links(self):
-        program = WORK / 'linked'
+    def test_header_and_library_are_fit_for_visual_c(self):
+        program = WORK / 'visualC'
         program.mkdir()
         shutil.copy(PACKAGE / 'bin/quarry.dll', program)
-        gcc = pathlib.Path(run('x86_64-w64-mingw32-gcc-posix', '-print-libgcc-file-name').strip()).parent
-        run('clang-16', '--target=x86_64-w64-mingw32', '-fuse-ld=lld-16', '-L', gcc, '-I', PACKAGE / 'include',
-            PACKAGE / 'examples/linkedHost.c', PACKAGE / 'lib/quarry.lib', '-o', program / 'linkedHost.exe')
-        self.assertRegex(run(*wine(program / 'linkedHost.exe')), r'^\d+ windows')
+        # Nothing but the package: neither the headers nor the libraries of Visual C++ are here.
+        (program / 'host.c').write_text('#include "quarry/quarry.h"\n'
+                                        'int Begin(void) { Quarry_Init(0, 0, 0); Quarry_Exit(); return 0; }\n')
+        run('clang-16', '--target=x86_64-pc-windows-msvc', '-ffreestanding', '-Wall', '-Wextra', '-Werror', '-I',
+            PACKAGE / 'include', '-c', 'host.c', '-o', 'host.obj', folder=program)
+        run('lld-link-16', '/entry:Begin', '/subsystem:console', '/nodefaultlib', 'host.obj', PACKAGE / 'lib/quarry.lib',
+            '/out:host.exe', folder=program)
+        run(*wine(program / 'host.exe'))
 
     @unittest.skipUnless(WHOLE, 'the release build has it')
     def test_symbols_name_the_functions_of_the_dll(self):
