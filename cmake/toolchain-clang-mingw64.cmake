@@ -11,7 +11,7 @@ set(CMAKE_C_COMPILER clang-16)
 set(CMAKE_CXX_COMPILER clang++-16)
 # The same sources give the same bytes in any folder: neither its name nor the time gets in.
 cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH quarryRoot)
-set(quarryPathFlags "-ffile-prefix-map=${quarryRoot}/= -fdebug-compilation-dir=.")
+set(quarryPathFlags "\"-ffile-prefix-map=${quarryRoot}/=\" -fdebug-compilation-dir=.")
 
 foreach(language C CXX)
   set(CMAKE_${language}_COMPILER_TARGET x86_64-w64-mingw32)

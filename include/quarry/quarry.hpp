@@ -252,7 +252,8 @@ class ModuleHolder {
     return *this;
   }
   ~ModuleHolder() {
-    if (module_ != nullptr && --module_->holders == 0) delete module_;
+    // The analysis does not follow the count.
+    if (module_ != nullptr && --module_->holders == 0) delete module_;  // NOLINT(clang-analyzer-cplusplus.NewDelete)
   }
   LoadedModule* operator->() const noexcept { return module_; }
   explicit operator bool() const noexcept { return module_ != nullptr; }

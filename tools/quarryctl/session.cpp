@@ -31,8 +31,8 @@ std::unique_ptr<Session> Session::Open(const CommandContext& context, const Sess
   std::unique_ptr<Session> session(new Session(context, options));
   // By its full path, so that nothing else can be loaded in its place.
   const std::wstring path = ProgramFolder() + L"\\quarry.dll";
-  const auto receive = [](quarry::LogLevel level, quarry::Text message) {
-    LogView::Receive(static_cast<std::uint32_t>(level), message.c_str());
+  const auto receive = [&log = session->log_](quarry::LogLevel level, quarry::Text message) {
+    log.Receive(static_cast<std::uint32_t>(level), message);
   };
   session->library_.emplace(Library::Open(path, receive, options.fileTypes));
   if (!*session->library_) {
