@@ -1,6 +1,7 @@
 #include "lib/fileTypes/fileTypeRecord.h"
 
 #include "lib/appUtil/handlerEnumeration.h"
+#include "lib/fileTypes/fileTypeDiscovery.h"
 #include "lib/fileTypes/indirectString.h"
 
 #include "tests/unit/fileTypesFixture.h"
@@ -125,6 +126,24 @@ TEST_F(FileTypeRecord, ReadsAListForALimitedTimeOnly) {
                   "'.quarrytest\\OpenWithProgIds' after 10000 ms.\n"));
 }
 
+TEST_F(FileTypeRecord, AllListsOfABuildTogetherHaveALimitedTime) {
+  for (int number = 0; number < 14; ++number) {
+    const RegistryFixture& type = Key(Str_FormatWide(L".quarry%d", number));
+    type.SetString(L"", L"", L"QuarryNone");
+    type.MakeSubkey(L"OpenWithList\\QuarryNone");
+  }
+  const auto leftOut = [] {
+    return std::any_of(messages.begin(), messages.end(), [](const std::string& text) {
+      return text.find("Leaving out the rest of '.quarry") != text.npos;
+    });
+  };
+  step = 2'500;  // two looks at the clock for each list
+  for (int number = 0; number < 14; ++number) Programs(Str_Format(".quarry%d", number));
+  EXPECT_FALSE(leftOut());
+  AppUtil_BuildGlobalApplicationList(0);
+  EXPECT_TRUE(leftOut());
+}
+
 TEST_F(FileTypeRecord, NamesHandlersAndKeepsWhatItFoundOut) {
   const RegistryFixture& progId = Class(L"QuarryProgId1", L"P1.exe");
   Class(L"QuarryProgId2", L"P1.exe");
@@ -199,6 +218,11 @@ TEST_F(FileTypeRecord, ResolvesANameThatIsAResourceOnce) {
   }
   EXPECT_THAT(messages, ElementsAre(StartsWith("VlkSHLoadIndirectString: SHLoadIndirectString failed, source: \"" +
                                                gone + "\", error: 0x8")));
+  // A module that comes back is found with the next build.
+  WriteStringResource(folder, L"gone.dll", L"Back");
+  EXPECT_EQ(record.ApplicationFriendlyName("gone"), gone);
+  AppUtil_BuildGlobalApplicationList(0);
+  EXPECT_EQ(record.ApplicationFriendlyName("gone"), "Back");
 }
 
 std::vector<UINT> askedSizes;
