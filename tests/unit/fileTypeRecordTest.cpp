@@ -53,7 +53,7 @@ TEST_F(FileTypeRecord, TakesHandlersFromEverySourceInOrder) {
   type.SetString(L"OpenWithProgIds", L"", L"QuarryProgId8");
   type.SetDword(L"OpenWithProgIds", L"QuarryProgId8", 1);
   Key(L"SystemFileAssociations\\quarryperceived").MakeSubkey(L"OpenWithList\\QuarryProgId3");
-  const RegistryFixture& user = Key(kExplorerTypes + L".quarrytest", HKEY_CURRENT_USER);
+  const RegistryFixture& user = Key(ExplorerTypeKey(L".quarrytest"), HKEY_CURRENT_USER);
   user.SetRaw(L"OpenWithProgIds", L"QuarryProgId7", REG_NONE, {});
   user.SetString(L"OpenWithList", L"a", L"QuarryApp.exe");
   user.SetString(L"OpenWithList", L"b", L"QuarryProgId8");
@@ -116,7 +116,7 @@ TEST_F(FileTypeRecord, ReadsAListForALimitedTimeOnly) {
     type.MakeSubkey(std::wstring(L"OpenWithList\\Quarry") + last);
     type.SetRaw(L"OpenWithProgIds", std::wstring(L"Quarry") + last, REG_NONE, {});
   }
-  Key(kExplorerTypes + L".quarrytest", HKEY_CURRENT_USER).SetRaw(L"OpenWithProgIds", L"QuarryProgId1", REG_NONE, {});
+  Key(ExplorerTypeKey(L".quarrytest"), HKEY_CURRENT_USER).SetRaw(L"OpenWithProgIds", L"QuarryProgId1", REG_NONE, {});
   step = 1000;
   EXPECT_THAT(Programs(".quarrytest"), ElementsAre("p1.exe"));  // the next list is read all the same
   EXPECT_THAT(
