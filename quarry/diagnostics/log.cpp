@@ -9,7 +9,7 @@ namespace quarry {
 
 namespace log_detail {
 
-LogCallback callback = nullptr;
+constinit LogCallback callback = nullptr;
 
 void FormatAndDeliver(LogLevel level, const wchar_t* format, ...) {
   va_list arguments;

@@ -474,15 +474,68 @@ TEST_F(Icons, AnIconThatCannotBeStoredIsAnEmptyEntryAndLeavesNothingBehind) {
   }
 }
 
-TEST_F(Icons, TwoProcessesFillOneFolderTogether) {
+std::vector<IconImage> ManyImages() {
   std::vector<IconImage> images;
   for (unsigned size = 8; size < 48; ++size) images.push_back(MakeImage(size, size, 32));
-  const Names arguments = {L"app", Program(L"shared", images)};
+  return images;
+}
+
+/// True for a file of another name.
+bool IsWholePng(const fs::path& path) {
+  if (path.extension() != L".png") return true;
+
+  constexpr std::uint8_t kEnd[] = {'I', 'E', 'N', 'D', 0xAE, 0x42, 0x60, 0x82};
+  const Bytes bytes = ReadRegularFile(path.wstring()).value_or(Bytes());
+  return bytes.size() > std::size(kEnd) && std::equal(std::begin(kEnd), std::end(kEnd), bytes.end() - std::size(kEnd));
+}
+
+TEST_F(Icons, TwoProcessesFillOneFolderTogether) {
+  const Names arguments = {L"app", Program(L"shared", ManyImages())};
   std::future<ProcessOutput> outputs[3];
   for (auto& output : outputs) output = std::async(std::launch::async, RunProgram, L"quarryctl", arguments, L"");
   for (auto& output : outputs) EXPECT_EQ(output.get().err, "");
-  ASSERT_THAT(CacheFiles(), SizeIs(images.size()));
-  for (const IconImage& image : images) EXPECT_EQ(DecodePng(PathOf(image)), image.picture);
+  ASSERT_THAT(CacheFiles(), SizeIs(ManyImages().size()));
+  for (const IconImage& image : ManyImages()) EXPECT_EQ(DecodePng(PathOf(image)), image.picture);
+}
+
+TEST_F(Icons, AProcessThatIsKilledWhileItWritesLeavesWholePicturesOnly) {
+  std::wstring command =
+      L"\"" + (BinFolder() / L"quarryctl.exe").wstring() + L"\" app \"" + Program(L"killed", ManyImages()) + L'"';
+  int cut = 0;
+  for (int round = 0; round < Rounds(3, 200); ++round) {
+    fs::remove_all(cache_);
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION information{};
+    ASSERT_TRUE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, nullptr,
+                               &startup, &information));
+    const UniqueKernelHandle thread(information.hThread);
+    const UniqueKernelHandle process(information.hProcess);
+    for (int look = 0; look < 2'000 && (!fs::exists(cache_) || CacheFiles().empty()); ++look) Sleep(5);
+    Sleep(static_cast<DWORD>(round % 25));
+    TerminateProcess(process.get(), 1);
+    WaitForSingleObject(process.get(), INFINITE);
+    for (const std::wstring& file : CacheFiles()) EXPECT_TRUE(IsWholePng(cache_ + L'\\' + file)) << round;
+    cut += CacheFiles().size() < ManyImages().size() ? 1 : 0;
+  }
+  EXPECT_GT(cut, 0);
+}
+
+// On a small file system that the run was given, in QUARRY_SMALL_DISK.
+TEST_F(Icons, AFullDiskKeepsWholePicturesOnly) {
+  const wchar_t* const disk = _wgetenv(L"QUARRY_SMALL_DISK");
+  if (disk == nullptr) GTEST_SKIP() << "no small disk is mounted";
+  const std::wstring cache = std::wstring(disk) + L"\\icons";
+  settings_.SetString(L"", L"IconCacheDir", cache);
+  const QuarryHost host;
+  const Sizes sizes = SizesOf(host, Program(L"many", ManyImages()));
+  EXPECT_THAT(sizes, Contains(std::pair(-1, -1)));
+  std::ptrdiff_t whole = 0;
+  for (const auto& file : fs::directory_iterator(cache)) {
+    EXPECT_TRUE(IsWholePng(file)) << file.path();
+    whole += file.path().extension() == L".png" ? 1 : 0;
+  }
+  EXPECT_EQ(whole, std::count_if(sizes.begin(), sizes.end(), [](const auto& size) { return size.first > 0; }));
 }
 
 }  // namespace
