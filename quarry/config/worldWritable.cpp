@@ -2,36 +2,14 @@
 
 #include "quarry/diagnostics/log.h"
 
+#include "lib/misc/accessEntry.h"
 #include "lib/misc/platformHandles.h"
 
 #include <aclapi.h>
 
-#include <cstddef>
-
 namespace quarry {
 
 namespace {
-
-/// The SID of an entry whose layout has it behind the mask; null for other layouts and for a SID that does not fit.
-/// Microsoft Learn, ACE_HEADER: the allowed, denied, audit and callback entries share that layout.
-PSID SidOfAce(ACE_HEADER* header) {
-  switch (header->AceType) {
-    case ACCESS_ALLOWED_ACE_TYPE:
-    case ACCESS_DENIED_ACE_TYPE:
-    case SYSTEM_AUDIT_ACE_TYPE:
-    case ACCESS_ALLOWED_CALLBACK_ACE_TYPE:
-    case ACCESS_DENIED_CALLBACK_ACE_TYPE:
-      break;
-    default:
-      return nullptr;
-  }
-  constexpr std::size_t kSidOffset = offsetof(ACCESS_ALLOWED_ACE, SidStart);
-  constexpr std::size_t kSidHeaderSize = offsetof(SID, SubAuthority);
-  if (header->AceSize < kSidOffset + kSidHeaderSize) return nullptr;
-  PSID sid = reinterpret_cast<BYTE*>(header) + kSidOffset;
-  const bool fits = IsValidSid(sid) != FALSE && kSidOffset + GetLengthSid(sid) <= header->AceSize;
-  return fits ? sid : nullptr;
-}
 
 bool GrantsAddFile(const ACE_HEADER* header) {
   return header->AceType == ACCESS_ALLOWED_ACE_TYPE &&

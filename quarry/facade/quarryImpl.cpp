@@ -3,7 +3,6 @@
 #include "quarry/apps/abstractApp.h"
 #include "quarry/fileTypes/registeredExtensionsImpl.h"
 #include "quarry/icons/hash.h"
-#include "quarry/icons/pngFile.h"
 #include "quarry/launch/hiddenWindow.h"
 
 #include "lib/fileTypes/fileTypeDiscovery.h"
@@ -68,7 +67,7 @@ IconPtr QuarryImpl::GetIcon(const std::wstring& name) {
 }
 
 std::vector<std::uint8_t> QuarryImpl::GetIconData(const std::wstring& name) {
-  if (const IconPtr icon = GetIcon(name)) return ReadPng(icon->GetPath());
+  if (const IconPtr icon = GetIcon(name)) return iconBoss_->ReadIcon(*icon);
   Log(LogLevel::Error, L"Unknown icon %s\n", name.c_str());
   return {};
 }

@@ -1,10 +1,13 @@
 #include "quarry/icons/pngFile.h"
 
 #include "quarry/diagnostics/log.h"
+#include "quarry/icons/temporaryFile.h"
 
 #include "lib/misc/fileBytes.h"
+#include "lib/misc/pathTrust.h"
 #include "lib/misc/platformHandles.h"
-#include "lib/string/str.h"
+
+#include <wrl/client.h>
 
 #include <cwchar>
 #include <utility>
@@ -18,53 +21,36 @@ namespace Flat = Gdiplus::DllExports;
 
 constexpr INT kBytesPerPixel = 4;
 
-/// A file that is deleted unless it was moved to its final place.
-class TemporaryFile {
- public:
-  explicit TemporaryFile(std::wstring path) : path_(std::move(path)) {}
-  ~TemporaryFile() {
-    if (!path_.empty()) DeleteFileW(path_.c_str());
-  }
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-  const std::wstring& Path() const { return path_; }
-  /// Without this a computer that loses its power can come back with the moved file's name and none of its bytes.
-  bool Flush() const {
-    const UniqueFile file(CreateFileW(path_.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
-                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    return file && FlushFileBuffers(file.get()) != FALSE;
-  }
-  bool MoveTo(const std::wstring& path) {
-    if (MoveFileExW(path_.c_str(), path.c_str(), 0) == FALSE) return false;
-    path_.clear();
-    return true;
-  }
-
- private:
-  std::wstring path_;
-};
-
-// The name of no other process's file, also not of one on another machine that shares the folder, and none that the
-// cache is read back by.
-std::wstring TemporaryPathBeside(const std::wstring& path) {
-  LARGE_INTEGER now{};
-  QueryPerformanceCounter(&now);
-  return path.substr(0, path.find_last_of(L'\\') + 1) +
-         Str_FormatWide(L"~%lx%I64x.tmp", GetCurrentProcessId(), now.QuadPart);
-}
-
 /// GDI+ reads from the pixels for as long as the bitmap lives, and never writes to them here.
 Status MakeBitmap(const IconPixels& pixels, UniqueGdiPlusBitmap& bitmap) {
   return Flat::GdipCreateBitmapFromScan0(pixels.width, pixels.height, kBytesPerPixel * pixels.width,
                                          PixelFormat32bppARGB, const_cast<BYTE*>(pixels.bytes.data()), bitmap.put());
 }
 
-Status WriteWhole(const std::wstring& path, Gdiplus::GpBitmap* bitmap, const CLSID& encoder) {
-  TemporaryFile file(TemporaryPathBeside(path));
-  const Status status = Flat::GdipSaveImageToFile(bitmap, file.Path().c_str(), &encoder, nullptr);
+/// The picture as a PNG file would hold it, in a stream of its own.
+Status Encode(Gdiplus::GpBitmap* bitmap, const CLSID& encoder, std::vector<std::uint8_t>& png) {
+  Microsoft::WRL::ComPtr<IStream> stream;
+  if (FAILED(CreateStreamOnHGlobal(nullptr, TRUE, &stream))) return Gdiplus::OutOfMemory;
+  const Status status = Flat::GdipSaveImageToStream(bitmap, stream.Get(), &encoder, nullptr);
   if (status != Gdiplus::Ok) return status;
-  return (file.Flush() && file.MoveTo(path)) || IsThere(path) ? Gdiplus::Ok : Gdiplus::Win32Error;
+  STATSTG statistics{};
+  const LARGE_INTEGER start{};
+  if (FAILED(stream->Stat(&statistics, STATFLAG_NONAME)) ||
+      FAILED(stream->Seek(start, STREAM_SEEK_SET, nullptr))) {
+    return Gdiplus::GenericError;
+  }
+  png.resize(statistics.cbSize.LowPart);
+  ULONG count = 0;
+  const HRESULT result = stream->Read(png.data(), statistics.cbSize.LowPart, &count);
+  return SUCCEEDED(result) && count == png.size() ? Gdiplus::Ok : Gdiplus::GenericError;
+}
+
+Status WriteWhole(const std::wstring& path, Gdiplus::GpBitmap* bitmap, const CLSID& encoder) {
+  std::vector<std::uint8_t> png;
+  const Status status = Encode(bitmap, encoder, png);
+  if (status != Gdiplus::Ok) return status;
+  TemporaryFile file(path);
+  return (file.Write(png) && file.MoveTo(path)) || IsThere(path) ? Gdiplus::Ok : Gdiplus::Win32Error;
 }
 
 Status WriteWhole(const std::wstring& path, const IconPixels& pixels, const CLSID& encoder) {
@@ -91,8 +77,18 @@ std::optional<CLSID> FindPngEncoder() {
   return std::nullopt;
 }
 
-std::vector<std::uint8_t> ReadPng(const std::wstring& path) {
-  std::optional<std::vector<std::uint8_t>> bytes = ReadWholeFile(path);
+bool IsPngTrusted(HANDLE file, const std::wstring& path, const PathTrust& trust) {
+  const PathJudgement judgement = trust.JudgeFile(file);
+  if (judgement.IsTrusted()) return true;
+  Log(LogLevel::Warning, L"Untrusted PNG file %s, owner %s: %s\n", path.c_str(), judgement.owner.c_str(),
+      ReasonFor(judgement.distrust));
+  return false;
+}
+
+std::vector<std::uint8_t> ReadPng(const std::wstring& path, const PathTrust& trust) {
+  const UniqueFile file = OpenRegularFile(path, kShareAll);
+  if (file && !IsPngTrusted(file.get(), path, trust)) return {};
+  std::optional<std::vector<std::uint8_t>> bytes = file ? ReadAllOf(file.get()) : std::nullopt;
   if (!bytes) Log(LogLevel::Error, L"Failed to read icon file %s\n", path.c_str());
   return std::move(bytes).value_or(std::vector<std::uint8_t>());
 }
