@@ -72,9 +72,10 @@ SeamlyFilterMatch Ask(const SeamlyFilterData& data) {
 
 }  // namespace
 
-void SeamlyFilter_LoadRules(const char* context) {
-  SeamlyFilterProcessRulesFolder(context);
+SkippedRules SeamlyFilter_LoadRules(const char* context) {
+  SkippedRules skipped = SeamlyFilterProcessRulesFolder(context);
   AddRegKeyRules(context);
+  return skipped;
 }
 
 SeamlyFilterMatch SeamlyFilter_FindMatchingRule(HWND window) {

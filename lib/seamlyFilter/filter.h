@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <string>
+
 // Rules by which administrators hide windows or say what kind of window one is. The rules and the results that were
 // found are process-wide; one thread at a time may use them. Messages go to the procedural libraries' log entry.
 
@@ -35,9 +37,15 @@ struct SeamlyFilterMatch {
   WindowType windowType = WindowType::None;
 };
 
+/// Files and folders of rules that were left out.
+struct SkippedRules {
+  int count = 0;
+  std::wstring first;  ///< the path of the first, and why
+};
+
 /// Adds the rule sets of the rules folder's files and then those of the registry. Rule sets whose "notapplicableto"
-/// list names `context` are left out; null for no context.
-void SeamlyFilter_LoadRules(const char* context);
+/// list names `context` are left out; null for no context. Returns what an administrator should learn of.
+SkippedRules SeamlyFilter_LoadRules(const char* context);
 
 /// Asks the first rule set that matches `window`. The answer is remembered for as long as the rules are loaded, also
 /// when the window's handle is given to another one.

@@ -1,6 +1,8 @@
 #include "lib/seamlyFilter/ruleFile.h"
 
+#include "lib/misc/fileBytes.h"
 #include "lib/misc/logEntry.h"
+#include "lib/misc/pathTrust.h"
 #include "lib/misc/platformHandles.h"
 #include "lib/unicode/unicode.h"
 
@@ -9,23 +11,34 @@
 #include <knownfolders.h>
 #include <shlobj.h>
 
+#include <fcntl.h>
+#include <io.h>
+
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <string_view>
+#include <utility>
 
 namespace {
 
+constexpr char kProcessFolder[] = "SeamlyFilterProcessFolder";
 constexpr wchar_t kFolderName[] = L"Seamly Filters";
 
 // Microsoft Learn, "Maximum Path Length Limitation": the longest path of the wide functions, with its terminator.
 constexpr DWORD kLongestPath = 32767;
 
-/// The rules folder of the machine, which need not exist; empty when the system names no place for it.
-std::wstring MachineRulesFolder() {
+/// The common application-data folder; empty when the system names none.
+std::wstring CommonFolder() {
   PWSTR path = nullptr;
   const HRESULT result = SHGetKnownFolderPath(FOLDERID_ProgramData, KF_FLAG_CREATE, nullptr, &path);
   const UniqueCoTaskMem<wchar_t> owner(path);  // to be freed also when the call failed
-  return SUCCEEDED(result) ? std::wstring(path) + L"\\Velkor\\KilnServer\\" + kFolderName : std::wstring();
+  return SUCCEEDED(result) ? path : std::wstring();
+}
+
+/// The rules folder of the machine, which need not exist.
+std::wstring MachineRulesFolder(const std::wstring& commonFolder) {
+  return commonFolder.empty() ? std::wstring() : commonFolder + L"\\Velkor\\KilnServer\\" + kFolderName;
 }
 
 /// The rules folder beside the host program; empty when the system does not name the program.
@@ -37,15 +50,67 @@ std::wstring HostRulesFolder() {
   return path.substr(0, path.find_last_of(L'\\') + 1) + kFolderName;
 }
 
+void Count(const std::wstring& text, SkippedRules& skipped) {
+  if (skipped.count++ == 0) skipped.first = text;
+}
+
+void Skip(const char* function, const std::wstring& path, const std::wstring& reason, SkippedRules& skipped) {
+  const std::wstring text = path + L", " + reason;
+  LogEntry(function, "skipping %s\n", Unicode_Utf8FromWide(text).c_str());
+  Count(text, skipped);
+}
+
+std::wstring ReasonOf(const PathJudgement& judgement) {
+  return L"owner " + judgement.owner + L": " + ReasonFor(judgement.distrust);
+}
+
+/// A folder that is not there is not to be worried about: others may have made those above it for something else.
+bool IsFolderTrusted(const std::wstring& folder, const std::wstring& commonFolder, const PathTrust& trust,
+                     SkippedRules& skipped) {
+  if (GetFileAttributesW(folder.c_str()) == INVALID_FILE_ATTRIBUTES) return true;
+  for (const std::wstring& part : trust.FoldersToJudge(folder, commonFolder)) {
+    const PathJudgement judgement =
+        trust.JudgeFolder(part, part == folder ? FolderPlace::Last : FolderPlace::OnTheWay);
+    if (judgement.takenOver) {
+      LogEntry(kProcessFolder, "only administrators may write to %s from now on\n", Unicode_Utf8FromWide(part).c_str());
+    }
+    if (judgement.IsTrusted()) continue;
+    Skip(kProcessFolder, part, ReasonOf(judgement), skipped);
+    return false;
+  }
+  return true;
+}
+
+/// A stream takes the file over, in text mode.
+UniqueStdFile StreamOf(UniqueFile file) {
+  if (!file) return {};
+  const int descriptor = _open_osfhandle(reinterpret_cast<std::intptr_t>(file.get()), _O_RDONLY | _O_TEXT);
+  if (descriptor < 0) return {};
+  static_cast<void>(file.release());  // the descriptor's now
+  UniqueStdFile stream(_fdopen(descriptor, "rt"));
+  if (!stream) _close(descriptor);
+  return stream;
+}
+
 }  // namespace
 
-RuleFileReader::RuleFileReader(const std::wstring& path) : file_(_wfopen(path.c_str(), L"rt")) {
+UniqueFile OpenRuleFile(const std::wstring& path) {
+  UniqueFile file = OpenRegularFile(path, FILE_SHARE_READ | FILE_SHARE_WRITE);
+  const std::optional<std::uint64_t> size = file ? SizeOfFile(file.get()) : std::nullopt;
+  if (!size) return {};
+  if (*size <= kLargestRuleFile) return file;
+  SetLastError(ERROR_FILE_TOO_LARGE);
+  return {};
+}
+
+RuleFileReader::RuleFileReader(UniqueFile file) : file_(StreamOf(std::move(file))) {
   if (IsOpen()) SkipByteOrderMark();
 }
 
 bool RuleFileReader::Fill() {
   position_ = 0;
-  filled_ = std::fread(buffer_.data(), 1, buffer_.size(), file_.get());
+  filled_ = std::fread(buffer_.data(), 1, std::min(buffer_.size(), remaining_), file_.get());
+  remaining_ -= filled_;
   return filled_ > 0;
 }
 
@@ -98,10 +163,22 @@ RuleKey SeamlyFilterParseLine(std::string_view line, RuleReading& reading) {
   return key;
 }
 
-bool SeamlyFilterProcessFile(const std::wstring& path, const char* context) {
-  RuleFileReader reader(path);
+bool SeamlyFilterProcessFile(const std::wstring& path, const char* context, const PathTrust& trust,
+                             SkippedRules& skipped) {
+  UniqueFile file = OpenRuleFile(path);
+  if (!file && GetLastError() == ERROR_FILE_TOO_LARGE) {
+    Skip(__func__, path, L"it is too large", skipped);
+    return false;
+  }
+  const PathJudgement judgement = file ? trust.JudgeFile(file.get()) : PathJudgement();
+  if (!judgement.IsTrusted()) {
+    Skip(__func__, path, ReasonOf(judgement), skipped);
+    return false;
+  }
+  RuleFileReader reader(std::move(file));
   if (!reader.IsOpen()) {
     LogEntry(__func__, "unable to open %s\n", Unicode_Utf8FromWide(path).c_str());
+    Count(path + L", it cannot be opened", skipped);
     return false;
   }
   RuleReading reading{context};
@@ -110,20 +187,33 @@ bool SeamlyFilterProcessFile(const std::wstring& path, const char* context) {
   return true;
 }
 
-bool SeamlyFilterProcessFolder(const std::wstring& folder, const char* context) {
+bool SeamlyFilterProcessFolder(const std::wstring& folder, const char* context, const PathTrust& trust,
+                               SkippedRules& skipped) {
   WIN32_FIND_DATAW entry{};
   const UniqueFind search(FindFirstFileExW((folder + L"\\*").c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch,
                                            nullptr, FIND_FIRST_EX_LARGE_FETCH));
   if (!search) return false;
+  int files = 0;
   do {
     if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) continue;
-    SeamlyFilterProcessFile(folder + L'\\' + entry.cFileName, context);
+    if (++files > kMostRuleFiles) {
+      Skip(__func__, folder + L'\\' + entry.cFileName, L"there are too many files", skipped);
+      break;
+    }
+    SeamlyFilterProcessFile(folder + L'\\' + entry.cFileName, context, trust, skipped);
   } while (FindNextFileW(search.get(), &entry) != FALSE);
   return true;
 }
 
-void SeamlyFilterProcessRulesFolder(const char* context) {
-  for (const std::wstring& folder : {MachineRulesFolder(), HostRulesFolder()}) {
-    if (!folder.empty() && SeamlyFilterProcessFolder(folder, context)) return;
+SkippedRules SeamlyFilterProcessRulesFolder(const char* context) {
+  const PathTrust trust;
+  const std::wstring commonFolder = CommonFolder();
+  SkippedRules skipped;
+  for (const std::wstring& folder : {MachineRulesFolder(commonFolder), HostRulesFolder()}) {
+    if (!folder.empty() && IsFolderTrusted(folder, commonFolder, trust, skipped) &&
+        SeamlyFilterProcessFolder(folder, context, trust, skipped)) {
+      break;
+    }
   }
+  return skipped;
 }

@@ -46,7 +46,9 @@ QuarryImpl::QuarryImpl(LogCallback log, bool buildFileTypeDatabase)
       hiddenWindow_(CreateHiddenWindow()),
       fileTypesBuiltAt_(buildFileTypeDatabase ? BuildFileTypes() : 0),
       settingsKey_(std::make_unique<Registry>(kSettingsRoot, true)),
-      launcher_(*settingsKey_, iconBoss_.get(), hiddenWindow_.get(), *windowManager_) {}
+      launcher_(*settingsKey_, iconBoss_.get(), hiddenWindow_.get(), *windowManager_) {
+  rules_.Report();
+}
 
 QuarryImpl::~QuarryImpl() { Hash::ReleaseProvider(); }
 

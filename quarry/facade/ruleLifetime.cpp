@@ -1,6 +1,6 @@
 #include "quarry/facade/ruleLifetime.h"
 
-#include "lib/seamlyFilter/filter.h"
+#include "quarry/diagnostics/log.h"
 
 #include <atomic>
 #include <cstdint>
@@ -20,7 +20,7 @@ void Release() {
 RuleLifetime::RuleLifetime() {
   if (startCount.fetch_add(1) != 0) return;
   try {
-    SeamlyFilter_LoadRules(nullptr);
+    skipped_ = SeamlyFilter_LoadRules(nullptr);
   } catch (...) {
     Release();  // no destructor will do it
     throw;
@@ -28,5 +28,10 @@ RuleLifetime::RuleLifetime() {
 }
 
 RuleLifetime::~RuleLifetime() { Release(); }
+
+void RuleLifetime::Report() const {
+  if (skipped_.count == 0) return;
+  Log(LogLevel::Warning, L"Window filter rules left out: %s (%d in all)\n", skipped_.first.c_str(), skipped_.count);
+}
 
 }  // namespace quarry

@@ -1,5 +1,6 @@
 #include "lib/appUtil/windowProcess.h"
 #include "lib/misc/logEntry.h"
+#include "lib/misc/pathTrust.h"
 #include "lib/seamlyFilter/answerCache.h"
 #include "lib/seamlyFilter/ruleFile.h"
 #include "lib/seamlyFilter/ruleRegistry.h"
@@ -35,7 +36,7 @@ class WindowFilter : public Test {
   void Load(const std::string& text, const char* context = nullptr) const {
     const std::wstring path =
         folder_.WriteBytes(L"rules 漢字.txt", {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
-    ASSERT_TRUE(SeamlyFilterProcessFile(path, context));
+    ASSERT_TRUE(SeamlyFilterProcessFile(path, context, trust_, skipped));
   }
   /// The table as text: items as "key:value", rule sets in brackets, items in the order of writing.
   static std::string Table() {
@@ -67,6 +68,7 @@ class WindowFilter : public Test {
   }
 
   static inline std::vector<std::string> messages;
+  static inline SkippedRules skipped;
   const VersionResource version_ = {
       true,
       {{0x0407, 0x04B0}, {0x0409, 0x04E4}},
@@ -75,6 +77,7 @@ class WindowFilter : public Test {
       true,
       0xFFFF'0002'0003'0004,
   };
+  const PathTrust trust_;
   const TemporaryFolder folder_{L"quarryFilter"};
 };
 
@@ -117,8 +120,8 @@ TEST_F(WindowFilter, ReadsTheGrammarOfRuleFiles) {
 
 TEST_F(WindowFilter, ReportsWhatItReads) {
   Load("BeginRule\ncompany = X\nclassname=A\nnonsense\n");
-  EXPECT_FALSE(SeamlyFilterProcessFile(L"Q:\\missing 漢", nullptr));
-  EXPECT_FALSE(SeamlyFilterProcessFolder(folder_ / L"none", nullptr));
+  EXPECT_FALSE(SeamlyFilterProcessFile(L"Q:\\missing 漢", nullptr, trust_, skipped));
+  EXPECT_FALSE(SeamlyFilterProcessFolder(folder_ / L"none", nullptr, trust_, skipped));
   ParseRegRule("Name", "type=dock;;nonsense;a=b;", nullptr);
   SeamlyFilter_Close();
   EXPECT_THAT(messages,
