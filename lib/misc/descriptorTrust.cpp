@@ -55,6 +55,7 @@ Distrust JudgeEntry(ACE_HEADER* header, PSID ownUser) {
 
 Distrust JudgeDacl(PACL dacl, PSID ownUser) {
   if (dacl == nullptr) return Distrust::ForeignWriter;  // everything is allowed to everybody
+  if (IsValidAcl(dacl) == FALSE) return Distrust::Unreadable;
   Distrust worst = Distrust::None;
   for (DWORD index = 0; index < dacl->AceCount; ++index) {
     void* ace = nullptr;

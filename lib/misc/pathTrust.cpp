@@ -49,6 +49,12 @@ UniqueFile OpenFolder(const std::wstring& folder, DWORD access) {
                                 FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
 }
 
+/// By name, because Wine (8.0) follows links whatever the flags of an open file are.
+bool LeadsElsewhere(const std::wstring& path) {
+  const DWORD attributes = GetFileAttributesW(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
 bool IsBelow(const std::wstring& folder, const std::wstring& root) {
   return !root.empty() && folder.size() > root.size() && folder[root.size()] == L'\\' &&
          CompareStringOrdinal(folder.data(), static_cast<int>(root.size()), root.data(), static_cast<int>(root.size()),
@@ -79,7 +85,7 @@ std::vector<std::wstring> PathTrust::FoldersToJudge(const std::wstring& folder, 
 
 PathJudgement PathTrust::JudgeFolder(const std::wstring& folder, FolderPlace place) const {
   if (!needed_) return {};
-  PathJudgement judgement = Judge(OpenFolder(folder, 0).get());
+  PathJudgement judgement = Judge(OpenFolder(folder, 0).get(), LeadsElsewhere(folder));
   if (judgement.distrust != Distrust::InheritedWriter) return judgement;
   if (place == FolderPlace::OnTheWay) return {};
 
@@ -97,7 +103,7 @@ PathJudgement PathTrust::JudgeFolder(const std::wstring& folder, FolderPlace pla
 
 PathJudgement PathTrust::JudgeFile(HANDLE file) const { return needed_ ? Judge(file) : PathJudgement(); }
 
-PathJudgement PathTrust::Judge(HANDLE object) const {
+PathJudgement PathTrust::Judge(HANDLE object, bool leadsElsewhere) const {
   BY_HANDLE_FILE_INFORMATION information{};
   PSID owner = nullptr;
   PSECURITY_DESCRIPTOR descriptor = nullptr;
@@ -107,7 +113,7 @@ PathJudgement PathTrust::Judge(HANDLE object) const {
     return {Distrust::Unreadable, L"unknown"};
   }
   const UniqueLocal<void> descriptorOwner(descriptor);
-  const bool leadsElsewhere = (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+  leadsElsewhere = leadsElsewhere || (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
   const Distrust distrust =
       leadsElsewhere ? Distrust::ReparsePoint : JudgeDescriptor(descriptor, UserOf(ownUser_));
   if (distrust == Distrust::None) return {};

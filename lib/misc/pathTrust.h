@@ -44,7 +44,7 @@ class PathTrust {
   PathJudgement JudgeFile(HANDLE file) const;
 
  private:
-  PathJudgement Judge(HANDLE object) const;
+  PathJudgement Judge(HANDLE object, bool leadsElsewhere = false) const;
 
   std::vector<std::uint8_t> ownUser_;  // a TOKEN_USER
   bool needed_ = true;
