@@ -15,7 +15,8 @@ enum class Distrust {
 /// The reason in words, to stand behind the name of what is not trusted.
 const wchar_t* ReasonFor(Distrust distrust);
 
-/// Judges a file or folder by its owner and DACL. Trusted are administrators, the system, TrustedInstaller and `ownUser`
-/// (null for nobody). Entries that are only passed on count like others, those for creators and owners do not, because
-/// the owner is judged himself. Entries that deny are not set off against others. What is not understood is not trusted.
+/// Judges a file or folder by its owner and DACL. Trusted are administrators, the system, TrustedInstaller and
+/// `ownUser` (null for nobody). Entries that are only passed on count like others, those for creators and owners do
+/// not, because the owner is judged himself. Entries that deny are not set off against others. What is not understood
+/// is not trusted.
 Distrust JudgeDescriptor(PSECURITY_DESCRIPTOR descriptor, PSID ownUser);

@@ -44,9 +44,8 @@ std::wstring AccountOf(PSID sid) {
 }
 
 UniqueFile OpenFolder(const std::wstring& folder, DWORD access) {
-  return UniqueFile(CreateFileW(folder.c_str(), FILE_READ_ATTRIBUTES | READ_CONTROL | access,
-                                kShareAll, nullptr, OPEN_EXISTING,
-                                FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+  return UniqueFile(CreateFileW(folder.c_str(), FILE_READ_ATTRIBUTES | READ_CONTROL | access, kShareAll, nullptr,
+                                OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
 }
 
 /// By name, because Wine (8.0) follows links whatever the flags of an open file are.
@@ -114,8 +113,7 @@ PathJudgement PathTrust::Judge(HANDLE object, bool leadsElsewhere) const {
   }
   const UniqueLocal<void> descriptorOwner(descriptor);
   leadsElsewhere = leadsElsewhere || (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-  const Distrust distrust =
-      leadsElsewhere ? Distrust::ReparsePoint : JudgeDescriptor(descriptor, UserOf(ownUser_));
+  const Distrust distrust = leadsElsewhere ? Distrust::ReparsePoint : JudgeDescriptor(descriptor, UserOf(ownUser_));
   if (distrust == Distrust::None) return {};
   return {distrust, owner != nullptr ? AccountOf(owner) : L"unknown"};
 }

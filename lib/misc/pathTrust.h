@@ -21,8 +21,8 @@ struct PathJudgement {
 /// Where a folder stands among those that are judged.
 enum class FolderPlace { OnTheWay, Last };
 
-/// Keeps a process that has more rights than ordinary users from what those can have planted. In a process with ordinary
-/// rights everything is trusted: what its user puts into his folders is his matter.
+/// Keeps a process that has more rights than ordinary users from what those can have planted. In a process with
+/// ordinary rights everything is trusted: what its user puts into his folders is his matter.
 class PathTrust {
  public:
   /// Asks the process's token. What it does not tell counts against others: the process is taken for one with more
@@ -50,6 +50,6 @@ class PathTrust {
   bool needed_ = true;
 };
 
-/// The rights of folders that a process with more rights makes: administrators and the system everything, users reading,
-/// nothing from the folder above. Null when there is no memory for it.
+/// The rights of folders that a process with more rights makes: administrators and the system everything, users
+/// reading, nothing from the folder above. Null when there is no memory for it.
 UniqueLocal<void> NewFolderDescriptor();

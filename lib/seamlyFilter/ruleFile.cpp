@@ -8,11 +8,10 @@
 
 #include <windows.h>
 
-#include <knownfolders.h>
-#include <shlobj.h>
-
 #include <fcntl.h>
 #include <io.h>
+#include <knownfolders.h>
+#include <shlobj.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -69,8 +68,7 @@ bool IsFolderTrusted(const std::wstring& folder, const std::wstring& commonFolde
                      SkippedRules& skipped) {
   if (GetFileAttributesW(folder.c_str()) == INVALID_FILE_ATTRIBUTES) return true;
   for (const std::wstring& part : trust.FoldersToJudge(folder, commonFolder)) {
-    const PathJudgement judgement =
-        trust.JudgeFolder(part, part == folder ? FolderPlace::Last : FolderPlace::OnTheWay);
+    const PathJudgement judgement = trust.JudgeFolder(part, part == folder ? FolderPlace::Last : FolderPlace::OnTheWay);
     if (judgement.takenOver) {
       LogEntry(kProcessFolder, "only administrators may write to %s from now on\n", Unicode_Utf8FromWide(part).c_str());
     }

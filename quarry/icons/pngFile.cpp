@@ -35,8 +35,7 @@ Status Encode(Gdiplus::GpBitmap* bitmap, const CLSID& encoder, std::vector<std::
   if (status != Gdiplus::Ok) return status;
   STATSTG statistics{};
   const LARGE_INTEGER start{};
-  if (FAILED(stream->Stat(&statistics, STATFLAG_NONAME)) ||
-      FAILED(stream->Seek(start, STREAM_SEEK_SET, nullptr))) {
+  if (FAILED(stream->Stat(&statistics, STATFLAG_NONAME)) || FAILED(stream->Seek(start, STREAM_SEEK_SET, nullptr))) {
     return Gdiplus::GenericError;
   }
   png.resize(statistics.cbSize.LowPart);

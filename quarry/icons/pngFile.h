@@ -21,7 +21,8 @@ bool IsThere(const std::wstring& path);
 /// Whether the open file, which is the PNG file at `path`, was not planted by others. False with a message.
 bool IsPngTrusted(HANDLE file, const std::wstring& path, const PathTrust& trust);
 
-/// The bytes of the PNG file at `path`; empty, with a message, when it cannot be read or trusted. Links are not followed.
+/// The bytes of the PNG file at `path`; empty, with a message, when it cannot be read or trusted. Links are not
+/// followed.
 std::vector<std::uint8_t> ReadPng(const std::wstring& path, const PathTrust& trust);
 
 /// Where the picture of a PNG file comes from.

@@ -49,8 +49,7 @@ bool TemporaryFile::MoveTo(const std::wstring& finalPath) {
   auto* const rename = reinterpret_cast<FILE_RENAME_INFO*>(buffer.data());
   rename->FileNameLength = static_cast<DWORD>(length);
   std::memcpy(rename->FileName, finalPath.data(), length);
-  moved_ =
-      SetFileInformationByHandle(file_.get(), FileRenameInfo, rename, static_cast<DWORD>(buffer.size())) != FALSE;
+  moved_ = SetFileInformationByHandle(file_.get(), FileRenameInfo, rename, static_cast<DWORD>(buffer.size())) != FALSE;
   return moved_;
 }
 

@@ -8,6 +8,7 @@
 
 #include "tests/support/hostTest.h"
 #include "tests/support/iconImages.h"
+#include "tests/support/importTable.h"
 
 #include <cstring>
 #include <future>
@@ -409,16 +410,34 @@ TEST_F(Icons, OnlyWellNamedFilesOfTheFolderAreReadBack) {
 
 TEST_F(Icons, AFolderThatCannotBeMadeGivesWayToTheDefault) {
   const std::wstring file = folder_.WriteText(L"file", L"");
-  for (const std::wstring& folder : {file + L"\\below", std::wstring(L"\\\\quarry.invalid\\share\\icons")}) {
+  ASSERT_TRUE(folder_.LinkFolder(L"link", folder_.MakeFolder(L"target")));
+  const std::tuple<std::wstring, std::wstring, std::wstring> kCases[] = {
+      {file + L"\\below", L"Invalid", L""},
+      {file, L"Invalid", L", error 267\n"},
+      {L"\\\\quarry.invalid\\share\\icons", L"Invalid", L""},
+      {folder_.MakeOpenFolder(L"open"), L"Untrusted", L": others than administrators may write to it\n"},
+      {folder_ / L"link", L"Untrusted", L": it is a reparse point\n"},
+  };
+  for (const auto& [folder, what, end] : kCases) {
     settings_.SetString(L"", L"IconCacheDir", folder);
     const QuarryHost host;
-    EXPECT_TRUE(HasLine(L"Invalid PNG cache folder \"" + folder + L"\", error "));
+    const std::vector<LogLine> lines = HostLog::Holding(what + L" PNG cache folder \"" + folder + L"\", ");
+    ASSERT_THAT(lines, SizeIs(1)) << fs::path(folder);
+    EXPECT_TRUE(lines[0].level == 0 && lines[0].text.ends_with(end)) << fs::path(lines[0].text);
     EXPECT_EQ(HostLog::Count(3, L"Using PNG cache folder \"C:\\ProgramData\\Velkor\\Velkor Quarry\\IconCache\"\n"), 1u);
   }
   // With a file in the default folder's place there is no icon cache, and all else works.
   const fs::path vendor = L"C:\\ProgramData\\Velkor";
   const fs::path saved = folder_ / L"saved";
   fs::rename(vendor, saved);
+  fs::create_directory(vendor);
+  OpenToEveryone(vendor);
+  {
+    const QuarryHost host;
+    EXPECT_TRUE(HasLine(L"Untrusted PNG cache folder \"C:\\ProgramData\\Velkor\", owner "));
+    EXPECT_TRUE(fs::is_empty(vendor));
+  }
+  fs::remove(vendor);
   fs::copy_file(file, vendor);
   const QuarryHost host;
   fs::remove(vendor);
@@ -431,14 +450,12 @@ TEST_F(Icons, AFolderThatCannotBeMadeGivesWayToTheDefault) {
 
 TEST_F(Icons, AnIconThatCannotBeStoredIsAnEmptyEntryAndLeavesNothingBehind) {
   const std::wstring path = Program(L"unstored", {MakeImage(16, 16, 32), MakeImage(32, 32, 8)});
-  // Gone, read-only (the kernel's own folder), and in truth a file, which this system takes for a folder.
-  for (const std::wstring& folder : {cache_, std::wstring(L"Z:\\proc"), folder_.WriteText(L"file", L"")}) {
+  // Gone, and read-only (a folder of the kernel's own).
+  for (const std::wstring& folder : {cache_, std::wstring(L"Z:\\proc\\tty")}) {
     SCOPED_TRACE(fs::path(folder).string());
     settings_.SetString(L"", L"IconCacheDir", folder);
     const QuarryHost host;
     EXPECT_EQ(HostLog::Count(2, L"No icons in cache folder " + folder + L'\n'), 1u);
-    EXPECT_EQ(HasLine(L"Failed to initialize search of cache " + folder + L"\\*-*-*.png, error "),
-              folder == folder_ / L"file");
     if (folder == cache_) fs::remove_all(cache_);
     EXPECT_EQ(SizesOf(host, path), (Sizes{{-1, -1}, {-1, -1}}));
     EXPECT_EQ(HostLog::CountHolding(L"Failed to save PNG file " + folder), 2u);
@@ -448,6 +465,81 @@ TEST_F(Icons, AnIconThatCannotBeStoredIsAnEmptyEntryAndLeavesNothingBehind) {
     };
     EXPECT_EQ(GrowthOf(mine), ResourceCounts());
   }
+}
+
+bool g_elevated = true;
+bool g_links = false;
+Names g_made;
+
+BOOL WINAPI Token(HANDLE token, TOKEN_INFORMATION_CLASS what, void* data, DWORD size, DWORD* needed) {
+  const BOOL result = GetTokenInformation(token, what, data, size, needed);
+  if (what == TokenElevation && !g_elevated) static_cast<TOKEN_ELEVATION*>(data)->TokenIsElevated = 0;
+  return result;
+}
+
+// Wine shows no links to files.
+BOOL WINAPI FileInformation(HANDLE file, BY_HANDLE_FILE_INFORMATION* information) {
+  const BOOL result = GetFileInformationByHandle(file, information);
+  if (g_links) information->dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
+  return result;
+}
+
+HANDLE WINAPI Open(LPCWSTR path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security, DWORD how, DWORD flags,
+                   HANDLE templateFile) {
+  if ((access & GENERIC_WRITE) != 0)
+    g_made.push_back((how == CREATE_NEW ? L"" : L"no new file: ") + std::wstring(path));
+  return CreateFileW(path, access, share, security, how, flags, templateFile);
+}
+
+TEST_F(Icons, WhatOthersCanWriteToIsServedToNobodyByAProcessWithMoreRights) {
+  const HMODULE library = Library::Instance().Module();
+  const ReplacedImport token(library, "ADVAPI32.dll", "GetTokenInformation", Token);
+  const ReplacedImport information(library, "KERNEL32.dll", "GetFileInformationByHandle", FileInformation);
+  const std::vector<std::uint8_t> bytes = {1};
+  const std::wstring planted = folder_.WriteBytes(L"deep\\cache\\abc-1-1.png", bytes);
+  const std::wstring later = folder_.WriteBytes(L"deep\\cache\\abd-1-1.png", bytes);
+  OpenToEveryone(planted);
+  const auto served = [](const QuarryHost& host, const wchar_t* name) {
+    void* data = nullptr;
+    std::uint64_t size = 0;
+    const int result = host->GetIconData(name, &data, &size);
+    host->FreeIconData(data);
+    return result == 1 && size == 1;
+  };
+  {
+    const QuarryHost host;
+    EXPECT_THAT(HostLog::Holding(L"Untrusted PNG file " + planted + L", owner "),
+                ElementsAre(Field(&LogLine::level, 1)));
+    EXPECT_EQ(host->GetIcon(L"abc"), nullptr);
+    EXPECT_TRUE(served(host, L"abd"));
+    g_links = true;
+    EXPECT_FALSE(served(host, L"abd"));
+    g_links = false;
+    EXPECT_EQ(HostLog::Count(0, L"Failed to read icon file " + later + L'\n'), 1u);
+    OpenToEveryone(later);
+    EXPECT_FALSE(served(host, L"abd"));
+    EXPECT_EQ(HostLog::CountHolding(L"Untrusted PNG file " + later), 1u);
+  }
+  g_elevated = false;
+  OpenToEveryone(cache_);
+  const QuarryHost host;
+  g_elevated = true;
+  EXPECT_TRUE(served(host, L"abc") && served(host, L"abd"));
+  EXPECT_FALSE(HasLine(L"Untrusted"));
+}
+
+TEST_F(Icons, AFileIsMadeUnderANameThatNobodyCanGuess) {
+  const QuarryHost host;
+  const ReplacedImport open(Library::Instance().Module(), "KERNEL32.dll", "CreateFileW", Open);
+  EXPECT_THAT(IconsOf(host, Program(L"two", {MakeImage(16, 16, 32), MakeImage(32, 32, 32)})), SizeIs(2));
+  ASSERT_THAT(g_made, SizeIs(2));
+  const std::wstring start = cache_ + L"\\~";
+  for (const std::wstring& name : g_made) EXPECT_TRUE(name.starts_with(start) && name.ends_with(L".tmp"));
+  // Nothing of the process or the clock is in both names.
+  std::size_t same = 0;
+  for (std::size_t at = start.size(); at < start.size() + 32; ++at) same += g_made[0][at] == g_made[1][at] ? 1 : 0;
+  EXPECT_LT(same, 16u);
+  EXPECT_THAT(CacheFiles(), SizeIs(2));
 }
 
 TEST_F(Icons, TwoProcessesFillOneFolderTogether) {

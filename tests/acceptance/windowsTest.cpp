@@ -238,6 +238,10 @@ TEST(WindowFilter, AppliesRuleFilesAheadOfRegistryRulesForAsLongAsTheFacadeLives
     WriteRule(machine / L"KilnServer" / L"Seamly Filters", "QuarryOne");
     WriteRule(beside, "QuarryTwo");
     EXPECT_EQ(listed(), L"One");
+    OpenToEveryone(machine / L"KilnServer");
+    EXPECT_EQ(listed(), L"Two") << "others can exchange the rules";
+    EXPECT_THAT(HostLog::Holding(L"Window filter rules left out: C:\\ProgramData\\Velkor\\KilnServer, owner "),
+                ElementsAre(Field(&LogLine::level, 1)));
     std::filesystem::remove_all(machine);
     EXPECT_EQ(listed(), L"Two") << "the folder beside the host's program stands in";
     std::filesystem::remove_all(beside);

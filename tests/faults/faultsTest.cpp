@@ -102,6 +102,7 @@ Failure FailureOf(const std::string& function) {
       {"AssocQueryStringW", kOutOfMemory},
       {"CoCreateInstance", kOutOfMemory},
       {"CoInitializeEx", kOutOfMemory},
+      {"CreateStreamOnHGlobal", kOutOfMemory},
       {"PathCreateFromUrlW", kOutOfMemory},
       {"SHAssocEnumHandlers", kOutOfMemory},
       {"SHGetFolderPathW", kOutOfMemory},

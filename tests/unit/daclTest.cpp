@@ -94,7 +94,7 @@ TEST(Trust, IsInAdministratorsTheSystemAndTheOwnUserOnly) {
       {L"O:S-1-5-21-1-2-3-5D:", Distrust::ForeignOwner},
       {L"O:" + installer.substr(0, installer.size() - 1) + L"5D:", Distrust::ForeignOwner},
       {L"D:", Distrust::ForeignOwner},
-      {L"O:BA", Distrust::ForeignWriter},  // without a DACL everybody may do everything
+      {L"O:BA", Distrust::ForeignWriter},                       // without a DACL everybody may do everything
       {L"O:BAD:(A;OICIIO;0x2;;;BU)", Distrust::ForeignWriter},  // for what is made in it
       {L"O:BAD:(A;OICIIO;FA;;;CO)(A;;FA;;;S-1-3-4)", Distrust::None},
       {L"O:BAD:(A;OICIIO;FA;;;CG)", Distrust::ForeignWriter},
@@ -132,8 +132,7 @@ TEST(Trust, IsInAdministratorsTheSystemAndTheOwnUserOnly) {
 /// The function itself, whose import here is replaced.
 template <typename Function>
 Function* Real(Function* /*import*/, const char* name) {
-  return reinterpret_cast<Function*>(
-      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"advapi32.dll"), name)));
+  return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"advapi32.dll"), name)));
 }
 
 const wchar_t* g_rights = nullptr;  // what the folder's rights seem to be

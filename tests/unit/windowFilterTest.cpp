@@ -10,6 +10,8 @@
 #include "tests/support/hostTest.h"
 #include "tests/support/windowMaker.h"
 
+#include <fstream>
+
 namespace quarry::test {
 namespace {
 
@@ -160,6 +162,39 @@ TEST_F(WindowFilter, HoldsNoMoreThanItsTable) {
     EXPECT_EQ(Ask(window.get()), fits ? "1 1 -1" : "0 0 -1");
     EXPECT_EQ(Count("SeamlyFilterAddItem: Too many rule items, the rule set is not used.\n"), fits ? 0 : 1);
   }
+}
+
+TEST_F(WindowFilter, TakesTrustedFilesOfBoundedSizeAndNumber) {
+  std::vector<std::uint8_t> text(kLargestRuleFile, '\n');
+  std::copy_n("BeginRule", 9, text.begin());
+  const auto process = [&](const std::wstring& path) {
+    skipped = {};
+    return SeamlyFilterProcessFile(path, nullptr, trust_, skipped);
+  };
+  const std::wstring file = folder_.WriteBytes(L"rules", text);
+  EXPECT_TRUE(process(file));
+  OpenToEveryone(file);
+  EXPECT_FALSE(process(file));
+  EXPECT_THAT(messages.back(),
+              AllOf(StartsWith("SeamlyFilterProcessFile: skipping " + Unicode_Utf8FromWide(file) + ", owner "),
+                    EndsWith(": others than administrators may write to it\n")));
+  RuleFileReader reader(OpenRuleFile(file));
+  std::ofstream(std::filesystem::path(file), std::ios::app) << std::string(99, '\n');  // while it is read
+  std::size_t lines = 0;
+  while (reader.Next()) ++lines;
+  EXPECT_EQ(lines, kLargestRuleFile - 9);
+  EXPECT_FALSE(process(file));
+  EXPECT_EQ(skipped.first, file + L", it is too large");
+
+  Forget();
+  skipped = {};
+  for (int index = 0; index < kMostRuleFiles + 2; ++index) {
+    folder_.WriteBytes(L"many\\" + std::to_wstring(index), std::span(text).first(10));
+  }
+  EXPECT_TRUE(SeamlyFilterProcessFolder(folder_ / L"many", nullptr, trust_, skipped));
+  EXPECT_EQ(SeamlyFilterRules().last, kMostRuleFiles - 1);
+  EXPECT_EQ(skipped.count, 1);
+  EXPECT_EQ(Count("there are too many files"), 1);
 }
 
 TEST_F(WindowFilter, ReadsRegistryValuesOfEveryTypeSizeAndName) {
