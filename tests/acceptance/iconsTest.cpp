@@ -528,8 +528,17 @@ TEST_F(Icons, WhatOthersCanWriteToIsServedToNobodyByAProcessWithMoreRights) {
   EXPECT_FALSE(HasLine(L"Untrusted"));
 }
 
+BOOL WINAPI RefuseName(HANDLE file, FILE_INFO_BY_HANDLE_CLASS what, void* data, DWORD size) {
+  return what == FileRenameInfo ? FALSE : SetFileInformationByHandle(file, what, data, size);
+}
+
 TEST_F(Icons, AFileIsMadeUnderANameThatNobodyCanGuess) {
   const QuarryHost host;
+  {
+    const ReplacedImport move(Library::Instance().Module(), "KERNEL32.dll", "SetFileInformationByHandle", RefuseName);
+    EXPECT_EQ(SizesOf(host, Program(L"one", {MakeImage(16, 16, 32)})), (Sizes{{-1, -1}}));
+    EXPECT_THAT(CacheFiles(), IsEmpty());
+  }
   const ReplacedImport open(Library::Instance().Module(), "KERNEL32.dll", "CreateFileW", Open);
   EXPECT_THAT(IconsOf(host, Program(L"two", {MakeImage(16, 16, 32), MakeImage(32, 32, 32)})), SizeIs(2));
   ASSERT_THAT(g_made, SizeIs(2));
