@@ -70,28 +70,27 @@ PathTrust::PathTrust() {
   needed_ = IsElevated(token.get()) || user == nullptr || IsWellKnownSid(user, WinLocalSystemSid) != FALSE;
 }
 
-std::vector<std::wstring> PathTrust::FoldersToJudge(const std::wstring& folder, const std::wstring& root) const {
-  std::vector<std::wstring> folders;
-  if (needed_ && IsBelow(folder, root)) {
-    for (std::size_t end = folder.find(L'\\', root.size() + 1); end != std::wstring::npos;
-         end = folder.find(L'\\', end + 1)) {
-      folders.push_back(folder.substr(0, end));
-    }
+std::vector<JudgedFolder> PathTrust::FoldersToJudge(const std::wstring& folder, const std::wstring& root) const {
+  if (!needed_ || !IsBelow(folder, root)) return {{folder, FolderPlace::Elsewhere}};
+  std::vector<JudgedFolder> folders;
+  for (std::size_t end = folder.find(L'\\', root.size() + 1); end != std::wstring::npos;
+       end = folder.find(L'\\', end + 1)) {
+    folders.push_back({folder.substr(0, end), FolderPlace::OnTheWay});
   }
-  folders.push_back(folder);
+  folders.push_back({folder, FolderPlace::Last});
   return folders;
 }
 
-PathJudgement PathTrust::JudgeFolder(const std::wstring& folder, FolderPlace place) const {
+PathJudgement PathTrust::JudgeFolder(const JudgedFolder& folder) const {
   if (!needed_) return {};
-  PathJudgement judgement = Judge(OpenFolder(folder, 0).get(), LeadsElsewhere(folder));
-  if (judgement.distrust != Distrust::InheritedWriter) return judgement;
-  if (place == FolderPlace::OnTheWay) return {};
+  PathJudgement judgement = Judge(OpenFolder(folder.path, 0).get(), LeadsElsewhere(folder.path));
+  if (judgement.distrust != Distrust::InheritedWriter || folder.place == FolderPlace::Elsewhere) return judgement;
+  if (folder.place == FolderPlace::OnTheWay) return {};
 
   // Not by SetSecurityInfo, which passes the rights on to all that is in the folder, and so to what the hard links lead
   // to that others have put there.
   const UniqueLocal<void> rights = NewFolderDescriptor();
-  const UniqueFile handle = OpenFolder(folder, WRITE_DAC);
+  const UniqueFile handle = OpenFolder(folder.path, WRITE_DAC);
   if (handle && rights && Judge(handle.get()).distrust == Distrust::InheritedWriter &&
       SetKernelObjectSecurity(handle.get(), DACL_SECURITY_INFORMATION, rights.get()) != FALSE) {
     judgement = Judge(handle.get());

@@ -19,7 +19,16 @@ struct PathJudgement {
 };
 
 /// Where a folder stands among those that are judged.
-enum class FolderPlace { OnTheWay, Last };
+enum class FolderPlace {
+  OnTheWay,   ///< others may add folders to it where that is inherited: each of those is judged itself
+  Last,       ///< as on the way, but that right is taken away from it, once: it gets the rights of new folders
+  Elsewhere,  ///< an administrator chose it: others may write there by no means, and nothing is changed
+};
+
+struct JudgedFolder {
+  std::wstring path;
+  FolderPlace place;
+};
 
 /// Keeps a process that has more rights than ordinary users from what those can have planted. In a process with
 /// ordinary rights everything is trusted: what its user puts into his folders is his matter.
@@ -34,11 +43,10 @@ class PathTrust {
 
   /// The folders that are to be judged before files in `folder` are used, from the outermost to `folder` itself: all
   /// those below `root`, into which everybody may put folders, or `folder` alone where it lies elsewhere.
-  std::vector<std::wstring> FoldersToJudge(const std::wstring& folder, const std::wstring& root) const;
+  std::vector<JudgedFolder> FoldersToJudge(const std::wstring& folder, const std::wstring& root) const;
 
-  /// Judges a folder without following it. On the way others may add folders where that is inherited: each folder is
-  /// judged itself. From the last one that right is taken away, once: it gets the rights of new folders.
-  PathJudgement JudgeFolder(const std::wstring& folder, FolderPlace place) const;
+  /// Judges a folder without following it, by its place.
+  PathJudgement JudgeFolder(const JudgedFolder& folder) const;
 
   /// Judges an open file, which must have READ_CONTROL (GENERIC_READ does).
   PathJudgement JudgeFile(HANDLE file) const;

@@ -67,13 +67,14 @@ std::wstring ReasonOf(const PathJudgement& judgement) {
 bool IsFolderTrusted(const std::wstring& folder, const std::wstring& commonFolder, const PathTrust& trust,
                      SkippedRules& skipped) {
   if (GetFileAttributesW(folder.c_str()) == INVALID_FILE_ATTRIBUTES) return true;
-  for (const std::wstring& part : trust.FoldersToJudge(folder, commonFolder)) {
-    const PathJudgement judgement = trust.JudgeFolder(part, part == folder ? FolderPlace::Last : FolderPlace::OnTheWay);
+  for (const JudgedFolder& part : trust.FoldersToJudge(folder, commonFolder)) {
+    const PathJudgement judgement = trust.JudgeFolder(part);
     if (judgement.takenOver) {
-      LogEntry(kProcessFolder, "only administrators may write to %s from now on\n", Unicode_Utf8FromWide(part).c_str());
+      LogEntry(kProcessFolder, "only administrators may write to %s from now on\n",
+               Unicode_Utf8FromWide(part.path).c_str());
     }
     if (judgement.IsTrusted()) continue;
-    Skip(kProcessFolder, part, ReasonOf(judgement), skipped);
+    Skip(kProcessFolder, part.path, ReasonOf(judgement), skipped);
     return false;
   }
   return true;

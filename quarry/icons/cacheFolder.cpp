@@ -40,14 +40,15 @@ DWORD ProvideFolder(const std::wstring& folder, const PathTrust& trust) {
   return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? ERROR_SUCCESS : ERROR_DIRECTORY;
 }
 
-bool IsFolderTrusted(const std::wstring& folder, FolderPlace place, const PathTrust& trust) {
-  const PathJudgement judgement = trust.JudgeFolder(folder, place);
+bool IsFolderTrusted(const JudgedFolder& folder, const PathTrust& trust) {
+  const PathJudgement judgement = trust.JudgeFolder(folder);
   if (judgement.takenOver) {
-    Log(LogLevel::Warning, L"Only administrators may write to PNG cache folder \"%s\" from now on\n", folder.c_str());
+    Log(LogLevel::Warning, L"Only administrators may write to PNG cache folder \"%s\" from now on\n",
+        folder.path.c_str());
   }
   if (judgement.IsTrusted()) return true;
-  Log(LogLevel::Error, L"Untrusted PNG cache folder \"%s\", owner %s: %s\n", folder.c_str(), judgement.owner.c_str(),
-      ReasonFor(judgement.distrust));
+  Log(LogLevel::Error, L"Untrusted PNG cache folder \"%s\", owner %s: %s\n", folder.path.c_str(),
+      judgement.owner.c_str(), ReasonFor(judgement.distrust));
   return false;
 }
 
@@ -55,13 +56,13 @@ bool IsFolderTrusted(const std::wstring& folder, FolderPlace place, const PathTr
 bool TryCacheFolder(const std::wstring& folder, const std::wstring& commonFolder, const PathTrust& trust) {
   if (folder.empty()) return false;
   Log(LogLevel::Detail, L"Trying PNG cache folder \"%s\"\n", folder.c_str());
-  for (const std::wstring& part : trust.FoldersToJudge(folder, commonFolder)) {
-    const DWORD error = ProvideFolder(part, trust);
+  for (const JudgedFolder& part : trust.FoldersToJudge(folder, commonFolder)) {
+    const DWORD error = ProvideFolder(part.path, trust);
     if (error != ERROR_SUCCESS) {
       Log(LogLevel::Error, L"Invalid PNG cache folder \"%s\", error %ld\n", folder.c_str(), static_cast<long>(error));
       return false;
     }
-    if (!IsFolderTrusted(part, part == folder ? FolderPlace::Last : FolderPlace::OnTheWay, trust)) return false;
+    if (!IsFolderTrusted(part, trust)) return false;
   }
   Log(LogLevel::Detail, L"Using PNG cache folder \"%s\"\n", folder.c_str());
   return true;

@@ -166,41 +166,49 @@ TEST(Trust, OfFoldersIsGivenByTheirOwnRightsWhichAreNarrowedOnce) {
   const std::wstring open = folder.MakeOpenFolder(L"open");
   ASSERT_TRUE(folder.LinkFolder(L"link", sound));
   const PathTrust trust;
-  for (const FolderPlace place : {FolderPlace::OnTheWay, FolderPlace::Last}) {
-    EXPECT_EQ(trust.JudgeFolder(sound, place).distrust, Distrust::None);
-    EXPECT_EQ(trust.JudgeFolder(open, place).distrust, Distrust::ForeignWriter);
-    EXPECT_EQ(trust.JudgeFolder(folder / L"link", place).distrust, Distrust::ReparsePoint);
-    EXPECT_EQ(trust.JudgeFolder(folder / L"missing", place).distrust, Distrust::Unreadable);
+  for (const FolderPlace place : {FolderPlace::OnTheWay, FolderPlace::Last, FolderPlace::Elsewhere}) {
+    EXPECT_EQ(trust.JudgeFolder({sound, place}).distrust, Distrust::None);
+    EXPECT_EQ(trust.JudgeFolder({open, place}).distrust, Distrust::ForeignWriter);
+    EXPECT_EQ(trust.JudgeFolder({folder / L"link", place}).distrust, Distrust::ReparsePoint);
+    EXPECT_EQ(trust.JudgeFolder({folder / L"missing", place}).distrust, Distrust::Unreadable);
   }
   const HMODULE self = GetModuleHandleW(nullptr);
   const ReplacedImport get(self, "ADVAPI32.dll", "GetSecurityInfo", SeemingRights);
   const ReplacedImport set(self, "ADVAPI32.dll", "SetKernelObjectSecurity", SetRights);
   g_rights = L"O:S-1-5-21-7-7-7-7D:(A;CIID;0x116;;;BU)";
-  EXPECT_EQ(trust.JudgeFolder(sound, FolderPlace::Last).owner, L"S-1-5-21-7-7-7-7");
+  EXPECT_EQ(trust.JudgeFolder({sound, FolderPlace::Last}).owner, L"S-1-5-21-7-7-7-7");
   EXPECT_NE(g_rights, nullptr) << "it belongs to others";
   g_rights = L"O:BAD:(A;CIID;0x116;;;BU)";
-  EXPECT_TRUE(trust.JudgeFolder(sound, FolderPlace::OnTheWay).IsTrusted());
+  EXPECT_EQ(trust.JudgeFolder({sound, FolderPlace::Elsewhere}).distrust, Distrust::InheritedWriter);
+  EXPECT_TRUE(trust.JudgeFolder({sound, FolderPlace::OnTheWay}).IsTrusted());
   EXPECT_NE(g_rights, nullptr);
-  EXPECT_TRUE(trust.JudgeFolder(sound, FolderPlace::Last).takenOver);
+  EXPECT_TRUE(trust.JudgeFolder({sound, FolderPlace::Last}).takenOver);
   EXPECT_EQ(g_rights, nullptr);
-  EXPECT_FALSE(trust.JudgeFolder(sound, FolderPlace::Last).takenOver);
+  EXPECT_FALSE(trust.JudgeFolder({sound, FolderPlace::Last}).takenOver);
 }
 
 TEST(Trust, IsAskedForInProcessesWithMoreRightsOnly) {
   const TemporaryFolder folder;
   const std::wstring open = folder.MakeOpenFolder(L"open");
   const ReplacedImport token(GetModuleHandleW(nullptr), "ADVAPI32.dll", "GetTokenInformation", Token);
-  EXPECT_THAT(PathTrust().FoldersToJudge(L"C:\\PROGRAMdata\\A\\B b\\C", L"C:\\ProgramData"),
-              ElementsAre(L"C:\\PROGRAMdata\\A", L"C:\\PROGRAMdata\\A\\B b", L"C:\\PROGRAMdata\\A\\B b\\C"));
-  for (const wchar_t* elsewhere : {L"C:\\ProgramData2\\A\\B", L"D:\\A", L"C:\\ProgramData", L""}) {
-    EXPECT_THAT(PathTrust().FoldersToJudge(elsewhere, L"C:\\ProgramData"), ElementsAre(elsewhere));
+  const auto steps = [](const PathTrust& asked, const std::wstring& last) {
+    std::wstring text;
+    for (const auto& [path, place] : asked.FoldersToJudge(last, L"C:\\ProgramData")) {
+      text += path + std::to_wstring(static_cast<int>(place)) + L' ';
+    }
+    return text;
+  };
+  const std::wstring inside = L"C:\\PROGRAMdata\\A\\B b\\C";
+  EXPECT_EQ(steps(PathTrust(), inside), L"C:\\PROGRAMdata\\A0 C:\\PROGRAMdata\\A\\B b0 " + inside + L"1 ");
+  for (const std::wstring elsewhere : {L"C:\\ProgramData2\\A\\B", L"D:\\A", L"C:\\ProgramData", L""}) {
+    EXPECT_EQ(steps(PathTrust(), elsewhere), elsewhere + L"2 ");
   }
   g_elevated = false;
   const PathTrust trust;
   g_elevated = true;
   EXPECT_FALSE(trust.IsNeeded());
-  EXPECT_TRUE(trust.JudgeFolder(open, FolderPlace::Last).IsTrusted());
-  EXPECT_THAT(trust.FoldersToJudge(L"C:\\ProgramData\\A\\B", L"C:\\ProgramData"), SizeIs(1));
+  EXPECT_TRUE(trust.JudgeFolder({open, FolderPlace::Last}).IsTrusted());
+  EXPECT_EQ(steps(trust, inside), inside + L"2 ");
 }
 
 }  // namespace
