@@ -134,7 +134,7 @@ TEST_F(FileTypeRecord, AllListsOfABuildTogetherHaveALimitedTime) {
   }
   const auto leftOut = [] {
     return std::any_of(messages.begin(), messages.end(), [](const std::string& text) {
-      return text.find("Leaving out the rest of '.quarry") != text.npos;
+      return text.find("Leaving out the rest of '.quarry") != std::string::npos;
     });
   };
   step = 2'500;  // two looks at the clock for each list
