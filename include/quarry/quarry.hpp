@@ -252,10 +252,10 @@ class ModuleHolder {
     return *this;
   }
   ~ModuleHolder() {
-    // The analysis does not follow the count.
-    if (module_ != nullptr && --module_->holders == 0) delete module_;  // NOLINT(clang-analyzer-cplusplus.NewDelete)
+    if (module_ != nullptr && --module_->holders == 0) delete module_;
   }
-  LoadedModule* operator->() const noexcept { return module_; }
+  // Clang's analysis does not follow the count.
+  LoadedModule* operator->() const noexcept { return module_; }  // NOLINT(clang-analyzer-cplusplus.NewDelete)
   explicit operator bool() const noexcept { return module_ != nullptr; }
 
  private:
