@@ -3,7 +3,6 @@
 #include "lib/appUtil/allocationGuard.h"
 #include "lib/fileTypes/declaredTypes.h"
 #include "lib/fileTypes/fileTypeRecord.h"
-#include "lib/fileTypes/handlerPath.h"
 #include "lib/fileTypes/lookupCaches.h"
 #include "lib/fileTypes/lowerCase.h"
 #include "lib/fileTypes/registryText.h"
@@ -93,7 +92,6 @@ ApplicationTable FileByHandler(const FileTypeList& types) {
 
 void AppUtil_BuildGlobalApplicationList(std::uint32_t flags) {
   ClearOldCaches();
-  AppUtilForgetUnreachableServers();
   FileTypeList types = EnumerateTypes(flags);
   for (const FileTypeInfoPtr& type : types) {
     AppUtilGuardAllocation(kFileTypesSource, __LINE__, [&] { type->Load(flags); });
