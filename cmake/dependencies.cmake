@@ -16,6 +16,10 @@ if(NOT MINGW)
 endif()
 
 set(deps ${PROJECT_BINARY_DIR}/deps)
+# Below the build tree, so that no path of the machine gets into what is built.
+if(NOT EXISTS ${deps} AND EXISTS ${PROJECT_SOURCE_DIR}/build/deps)
+  file(CREATE_LINK ${PROJECT_SOURCE_DIR}/build/deps ${deps} SYMBOLIC)
+endif()
 foreach(file icu/lib/libicuuc.a uriparser/lib/liburiparser.a headers/boost headers/nlohmann headers/CLI)
   if(NOT EXISTS ${deps}/${file})
     message(FATAL_ERROR "${deps}/${file} is missing: run scripts/setup.sh once.")

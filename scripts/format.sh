@@ -11,6 +11,6 @@ case ${1:-} in
 esac
 
 cd "$root"
-mapfile -t files < <(OwnFiles '*.cpp' '*.h' '*.c')
+mapfile -t files < <(OwnFiles '*.cpp' '*.h' '*.hpp' '*.c')
 ((${#files[@]} > 0)) || Die "no files to format"
 clang-format --style=file --fallback-style=none "${options[@]}" "${files[@]}"

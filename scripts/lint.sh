@@ -104,7 +104,7 @@ TidyChangedFiles() {
 # FindOneCompilersCode: what only one compiler understands belongs into cmake/.
 FindOneCompilersCode() {
   local files
-  mapfile -t files < <(OwnFiles '*.cpp' '*.h' '*.c')
+  mapfile -t files < <(OwnFiles '*.cpp' '*.h' '*.hpp' '*.c')
   if grep -nE '__attribute__|__builtin_|#[[:space:]]*pragma[[:space:]]+GCC' "${files[@]}"; then
     echo 'the lines above are for one compiler only'
     return 1

@@ -1,6 +1,7 @@
 #include "lib/fileTypes/fileTypeDiscovery.h"
 
 #include "lib/appUtil/allocationGuard.h"
+#include "lib/fileTypes/buildBudget.h"
 #include "lib/fileTypes/declaredTypes.h"
 #include "lib/fileTypes/fileTypeRecord.h"
 #include "lib/fileTypes/lookupCaches.h"
@@ -92,6 +93,8 @@ ApplicationTable FileByHandler(const FileTypeList& types) {
 
 void AppUtil_BuildGlobalApplicationList(std::uint32_t flags) {
   ClearOldCaches();
+  AppUtilFileTypeCaches().unresolvedNames.clear();
+  const BuildBudget budget;
   FileTypeList types = EnumerateTypes(flags);
   for (const FileTypeInfoPtr& type : types) {
     AppUtilGuardAllocation(kFileTypesSource, __LINE__, [&] { type->Load(flags); });

@@ -1,6 +1,7 @@
 #include "lib/fileTypes/fileTypeRecord.h"
 
 #include "lib/appUtil/actionUri.h"
+#include "lib/fileTypes/buildBudget.h"
 #include "lib/fileTypes/handlerPath.h"
 #include "lib/fileTypes/indirectString.h"
 #include "lib/fileTypes/lookupCaches.h"
@@ -49,7 +50,7 @@ class ListBudget {
 
   bool IsSpent() const {
     const std::uint32_t elapsed = TickCount_Now32() - started_;
-    if (elapsed < kLongestListMilliseconds) return false;
+    if (elapsed < kLongestListMilliseconds && !BuildBudget::IsSpent()) return false;
     LogEntry(function_, "Leaving out the rest of '%s' after %u ms.\n", path_.c_str(), elapsed);
     return true;
   }
@@ -227,7 +228,9 @@ void FileTypeInfoWin32::AddMostRecentlyUsed() {
   if (!path || WinReg_OpenKey(HKEY_CURRENT_USER, *path, KEY_READ, key) != ERROR_SUCCESS) return;
   const std::optional<std::wstring> order = AppUtilReadRegistryText(key.get(), L"MRUList", kLongestListBytes);
   if (!order) return;
+  const ListBudget budget(kLoad, *path);
   for (const wchar_t letter : *order) {
+    if (budget.IsSpent()) return;
     const std::optional<std::wstring> name = AppUtilReadRegistryText(key.get(), std::wstring(1, letter));
     if (name) AddHandlerForName(Unicode_Utf8FromWide(*name));
   }
@@ -277,13 +280,17 @@ void FileTypeInfoWin32::AddHandler(const FileTypeHandler& handler) {
 std::string FileTypeInfoWin32::ApplicationFriendlyName(const std::string& handlerPath) const {
   const auto entry = handlerNames.find(handlerPath);
   if (entry == handlerNames.end() || entry->second.empty()) return {};
-  auto& cache = AppUtilFileTypeCaches().indirectNameCache;
+  FileTypeCaches& caches = AppUtilFileTypeCaches();
+  auto& cache = caches.indirectNameCache;
   if (const auto known = cache.find(entry->second); known != cache.end()) return known->second;
-  // The reference as it stands tells more than nothing when the module is gone. It is kept as well: many types can have
-  // the name, and a module on a server that is down costs a long wait.
+  // The reference as it stands tells more than nothing when the module is gone. It is not asked for again until the
+  // next build: many types can have the name, and a module on a server that is down costs a long wait.
+  if (caches.unresolvedNames.contains(entry->second)) return entry->second;
   std::wstring resolved;
-  const HRESULT result = VlkSHLoadIndirectString(Unicode_WideFromUtf8(entry->second), resolved);
-  return cache.emplace(entry->second, FAILED(result) ? entry->second : Unicode_Utf8FromWide(resolved)).first->second;
+  if (FAILED(VlkSHLoadIndirectString(Unicode_WideFromUtf8(entry->second), resolved))) {
+    return *caches.unresolvedNames.insert(entry->second).first;
+  }
+  return cache.emplace(entry->second, Unicode_Utf8FromWide(resolved)).first->second;
 }
 
 std::string FileTypeInfoWin32::FriendlyName() const {

@@ -6,6 +6,7 @@ void FileTypeCaches::Clear() {
   friendlyTypeNameCache.clear();
   friendlyNameCache.clear();
   indirectNameCache.clear();
+  unresolvedNames.clear();
 }
 
 FileTypeCaches& AppUtilFileTypeCaches() {

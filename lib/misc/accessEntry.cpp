@@ -2,6 +2,7 @@
 
 #include <cstddef>
 
+// Microsoft Learn, ACE_HEADER.
 PSID SidOfAce(ACE_HEADER* header) {
   switch (header->AceType) {
     case ACCESS_ALLOWED_ACE_TYPE:

@@ -2,6 +2,6 @@
 
 #include <windows.h>
 
-/// The SID of an access-control entry whose layout has it behind the mask; null for other layouts and for a SID that
-/// does not fit. Microsoft Learn, ACE_HEADER: the allowed, denied, audit and callback entries share that layout.
+/// The SID of an entry whose layout has it behind the mask; null for other layouts and for a SID that does not fit. The
+/// entries for allowing, denying and auditing, with and without a callback, share that layout.
 PSID SidOfAce(ACE_HEADER* header);

@@ -6,13 +6,7 @@
 
 namespace {
 
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-
-std::optional<std::uint64_t> SizeOf(HANDLE file) {
-  LARGE_INTEGER size{};
-  if (GetFileSizeEx(file, &size) == FALSE) return std::nullopt;
-  return static_cast<std::uint64_t>(size.QuadPart);
-}
+constexpr std::uint64_t kLargestWholeFile = std::uint64_t{256} << 20;
 
 // The server behind a pipe may learn who asks, but not act in that name (Microsoft Learn, "Impersonation Levels").
 UniqueFile OpenOnDisk(const std::wstring& path, DWORD shareMode, DWORD flags) {
@@ -31,19 +25,25 @@ UniqueFile OpenOnDisk(const std::wstring& path, DWORD shareMode, DWORD flags) {
 
 UniqueFile OpenDiskFile(const std::wstring& path, DWORD shareMode) { return OpenOnDisk(path, shareMode, 0); }
 
-UniqueFile OpenRegularFile(const std::wstring& path) {
-  UniqueFile file = OpenOnDisk(path, kShareAll, FILE_FLAG_OPEN_REPARSE_POINT);
-  if (!file) return file;
-  FILE_BASIC_INFO information{};
-  if (GetFileInformationByHandleEx(file.get(), FileBasicInfo, &information, sizeof(information)) == FALSE) return {};
-  if ((information.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) return file;
-  SetLastError(ERROR_CANT_ACCESS_FILE);
+UniqueFile OpenRegularFile(const std::wstring& path, DWORD shareMode) {
+  UniqueFile file = OpenOnDisk(path, shareMode, FILE_FLAG_OPEN_REPARSE_POINT);
+  BY_HANDLE_FILE_INFORMATION information{};
+  if (!file || GetFileInformationByHandle(file.get(), &information) == FALSE) return {};
+  constexpr DWORD kIrregular = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+  if ((information.dwFileAttributes & kIrregular) == 0) return file;
+  SetLastError(ERROR_BAD_FILE_TYPE);
   return {};
+}
+
+std::optional<std::uint64_t> SizeOfFile(HANDLE file) {
+  LARGE_INTEGER size{};
+  if (GetFileSizeEx(file, &size) == FALSE) return std::nullopt;
+  return static_cast<std::uint64_t>(size.QuadPart);
 }
 
 // The file can shrink while it is read: what counts is what arrives.
 std::optional<std::vector<std::uint8_t>> ReadFileAt(HANDLE file, std::uint64_t offset, std::size_t limit) {
-  const std::optional<std::uint64_t> size = SizeOf(file);
+  const std::optional<std::uint64_t> size = SizeOfFile(file);
   LARGE_INTEGER start{};
   start.QuadPart = static_cast<LONGLONG>(offset);
   if (!size || SetFilePointerEx(file, start, nullptr, FILE_BEGIN) == FALSE) return std::nullopt;
@@ -66,11 +66,15 @@ std::optional<std::vector<std::uint8_t>> ReadFileStart(const std::wstring& path,
   return file ? ReadFileAt(file.get(), 0, limit) : std::nullopt;
 }
 
-std::optional<std::vector<std::uint8_t>> ReadRegularFile(const std::wstring& path, std::size_t limit) {
-  const UniqueFile file = OpenRegularFile(path);
-  const std::optional<std::uint64_t> size = file ? SizeOf(file.get()) : std::nullopt;
+std::optional<std::vector<std::uint8_t>> ReadAllOf(HANDLE file) {
+  const std::optional<std::uint64_t> size = SizeOfFile(file);
   if (!size) return std::nullopt;
-  if (*size <= limit) return ReadFileAt(file.get(), 0, static_cast<std::size_t>(*size));
+  if (*size <= kLargestWholeFile) return ReadFileAt(file, 0, static_cast<std::size_t>(*size));
   SetLastError(ERROR_FILE_TOO_LARGE);
   return std::nullopt;
+}
+
+std::optional<std::vector<std::uint8_t>> ReadWholeFile(const std::wstring& path) {
+  const UniqueFile file = OpenDiskFile(path, kShareAll);
+  return file ? ReadAllOf(file.get()) : std::nullopt;
 }

@@ -72,10 +72,10 @@ SeamlyFilterMatch Ask(const SeamlyFilterData& data) {
 
 }  // namespace
 
-RulesLeftOut SeamlyFilter_LoadRules(const char* context) {
-  RulesLeftOut leftOut = SeamlyFilterProcessRulesFolder(context);
+SkippedRules SeamlyFilter_LoadRules(const char* context) {
+  SkippedRules skipped = SeamlyFilterProcessRulesFolder(context);
   AddRegKeyRules(context);
-  return leftOut;
+  return skipped;
 }
 
 SeamlyFilterMatch SeamlyFilter_FindMatchingRule(HWND window) {

@@ -1,10 +1,8 @@
 #pragma once
 
-#include "lib/misc/trustedPath.h"
-
 #include <windows.h>
 
-#include <vector>
+#include <string>
 
 // Rules by which administrators hide windows or say what kind of window one is. The rules and the results that were
 // found are process-wide; one thread at a time may use them. Messages go to the procedural libraries' log entry.
@@ -39,12 +37,15 @@ struct SeamlyFilterMatch {
   WindowType windowType = WindowType::None;
 };
 
-/// The rules folders and files that were there but not read, each with a message.
-using RulesLeftOut = std::vector<Distrust>;
+/// Files and folders of rules that were left out.
+struct SkippedRules {
+  int count = 0;
+  std::wstring first;  ///< the path of the first, and why
+};
 
 /// Adds the rule sets of the rules folder's files and then those of the registry. Rule sets whose "notapplicableto"
-/// list names `context` are left out; null for no context. Answers what a host's administrator has to look after.
-RulesLeftOut SeamlyFilter_LoadRules(const char* context);
+/// list names `context` are left out; null for no context. Returns what an administrator should learn of.
+SkippedRules SeamlyFilter_LoadRules(const char* context);
 
 /// Asks the first rule set that matches `window`. The answer is remembered for as long as the rules are loaded, also
 /// when the window's handle is given to another one.

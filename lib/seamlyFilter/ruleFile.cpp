@@ -2,6 +2,7 @@
 
 #include "lib/misc/fileBytes.h"
 #include "lib/misc/logEntry.h"
+#include "lib/misc/pathTrust.h"
 #include "lib/misc/platformHandles.h"
 #include "lib/unicode/unicode.h"
 
@@ -20,21 +21,23 @@
 
 namespace {
 
+constexpr char kProcessFolder[] = "SeamlyFilterProcessFolder";
 constexpr wchar_t kFolderName[] = L"Seamly Filters";
 
 // Microsoft Learn, "Maximum Path Length Limitation": the longest path of the wide functions, with its terminator.
 constexpr DWORD kLongestPath = 32767;
 
-// More than any administrator writes, and little enough to be read at a start whatever lies there.
-constexpr LONGLONG kLargestFile = LONGLONG{1} << 20;
-constexpr int kMostFiles = 256;
-
-/// The folder for the data of all users; empty when the system names none.
-std::wstring CommonDataFolder() {
+/// The common application-data folder; empty when the system names none.
+std::wstring CommonFolder() {
   PWSTR path = nullptr;
   const HRESULT result = SHGetKnownFolderPath(FOLDERID_ProgramData, KF_FLAG_CREATE, nullptr, &path);
   const UniqueCoTaskMem<wchar_t> owner(path);  // to be freed also when the call failed
-  return SUCCEEDED(result) ? std::wstring(path) : std::wstring();
+  return SUCCEEDED(result) ? path : std::wstring();
+}
+
+/// The rules folder of the machine, which need not exist.
+std::wstring MachineRulesFolder(const std::wstring& commonFolder) {
+  return commonFolder.empty() ? std::wstring() : commonFolder + L"\\Velkor\\KilnServer\\" + kFolderName;
 }
 
 /// The rules folder beside the host program; empty when the system does not name the program.
@@ -46,44 +49,67 @@ std::wstring HostRulesFolder() {
   return path.substr(0, path.find_last_of(L'\\') + 1) + kFolderName;
 }
 
-/// In text mode. Only a regular file: what bears the name of one can be a device or lead elsewhere.
-UniqueStdFile OpenText(const std::wstring& path) {
-  UniqueFile file = OpenRegularFile(path);
-  const int descriptor = file ? _open_osfhandle(reinterpret_cast<std::intptr_t>(file.get()), _O_RDONLY | _O_TEXT) : -1;
-  if (descriptor < 0) return {};
-  static_cast<void>(file.release());  // the descriptor owns it now
-  UniqueStdFile text(_fdopen(descriptor, "rt"));
-  if (!text) _close(descriptor);
-  return text;
+void Count(const std::wstring& text, SkippedRules& skipped) {
+  if (skipped.count++ == 0) skipped.first = text;
 }
 
-void LeaveOut(Distrust distrust, RulesLeftOut& leftOut) {
-  LogEntry("SeamlyFilterProcessFolder", "left out %s (owner %s), which %s\n",
-           Unicode_Utf8FromWide(distrust.path).c_str(), Unicode_Utf8FromWide(distrust.owner).c_str(),
-           Unicode_Utf8FromWide(distrust.reason).c_str());
-  leftOut.push_back(std::move(distrust));
+void Skip(const char* function, const std::wstring& path, const std::wstring& reason, SkippedRules& skipped) {
+  const std::wstring text = path + L", " + reason;
+  LogEntry(function, "skipping %s\n", Unicode_Utf8FromWide(text).c_str());
+  Count(text, skipped);
 }
 
-/// Why the open file is not read, if it is not.
-std::optional<Distrust> ReasonToLeaveOut(HANDLE file, const std::wstring& path) {
-  LARGE_INTEGER size{};
-  if (GetFileSizeEx(file, &size) == FALSE || size.QuadPart > kLargestFile) {
-    return Distrust{path, {}, L"is larger than 1 MiB"};
+std::wstring ReasonOf(const PathJudgement& judgement) {
+  return L"owner " + judgement.owner + L": " + ReasonFor(judgement.distrust);
+}
+
+/// A folder that is not there is not to be worried about: others may have made those above it for something else.
+bool IsFolderTrusted(const std::wstring& folder, const std::wstring& commonFolder, const PathTrust& trust,
+                     SkippedRules& skipped) {
+  if (GetFileAttributesW(folder.c_str()) == INVALID_FILE_ATTRIBUTES) return true;
+  for (const JudgedFolder& part : trust.FoldersToJudge(folder, commonFolder)) {
+    const PathJudgement judgement = trust.JudgeFolder(part);
+    if (judgement.takenOver) {
+      LogEntry(kProcessFolder, "only administrators may write to %s from now on\n",
+               Unicode_Utf8FromWide(part.path).c_str());
+    }
+    if (judgement.IsTrusted()) continue;
+    Skip(kProcessFolder, part.path, ReasonOf(judgement), skipped);
+    return false;
   }
-  return IsPrivilegedProcess() ? FindDistrust(file, path, TrustedUse::Content) : std::nullopt;
+  return true;
+}
+
+/// A stream takes the file over, in text mode.
+UniqueStdFile StreamOf(UniqueFile file) {
+  if (!file) return {};
+  const int descriptor = _open_osfhandle(reinterpret_cast<std::intptr_t>(file.get()), _O_RDONLY | _O_TEXT);
+  if (descriptor < 0) return {};
+  static_cast<void>(file.release());  // the descriptor's now
+  UniqueStdFile stream(_fdopen(descriptor, "rt"));
+  if (!stream) _close(descriptor);
+  return stream;
 }
 
 }  // namespace
 
-RuleFileReader::RuleFileReader(const std::wstring& path) : file_(OpenText(path)) {
+UniqueFile OpenRuleFile(const std::wstring& path) {
+  UniqueFile file = OpenRegularFile(path, FILE_SHARE_READ | FILE_SHARE_WRITE);
+  const std::optional<std::uint64_t> size = file ? SizeOfFile(file.get()) : std::nullopt;
+  if (!size) return {};
+  if (*size <= kLargestRuleFile) return file;
+  SetLastError(ERROR_FILE_TOO_LARGE);
+  return {};
+}
+
+RuleFileReader::RuleFileReader(UniqueFile file) : file_(StreamOf(std::move(file))) {
   if (IsOpen()) SkipByteOrderMark();
 }
 
-HANDLE RuleFileReader::Handle() const { return reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(file_.get()))); }
-
 bool RuleFileReader::Fill() {
   position_ = 0;
-  filled_ = std::fread(buffer_.data(), 1, buffer_.size(), file_.get());
+  filled_ = std::fread(buffer_.data(), 1, std::min(buffer_.size(), remaining_), file_.get());
+  remaining_ -= filled_;
   return filled_ > 0;
 }
 
@@ -136,15 +162,23 @@ RuleKey SeamlyFilterParseLine(std::string_view line, RuleReading& reading) {
   return key;
 }
 
-bool SeamlyFilterProcessFile(const std::wstring& path, const char* context, RulesLeftOut& leftOut) {
-  RuleFileReader reader(path);
-  if (!reader.IsOpen()) {
-    LogEntry(__func__, "unable to open %s\n", Unicode_Utf8FromWide(path).c_str());
+bool SeamlyFilterProcessFile(const std::wstring& path, const char* context, const PathTrust& trust,
+                             SkippedRules& skipped) {
+  UniqueFile file = OpenRuleFile(path);
+  if (!file && GetLastError() == ERROR_FILE_TOO_LARGE) {
+    Skip(__func__, path, L"it is too large", skipped);
     return false;
   }
-  if (std::optional<Distrust> reason = ReasonToLeaveOut(reader.Handle(), path)) {
-    LeaveOut(std::move(*reason), leftOut);
-    return true;
+  const PathJudgement judgement = file ? trust.JudgeFile(file.get()) : PathJudgement();
+  if (!judgement.IsTrusted()) {
+    Skip(__func__, path, ReasonOf(judgement), skipped);
+    return false;
+  }
+  RuleFileReader reader(std::move(file));
+  if (!reader.IsOpen()) {
+    LogEntry(__func__, "unable to open %s\n", Unicode_Utf8FromWide(path).c_str());
+    Count(path + L", it cannot be opened", skipped);
+    return false;
   }
   RuleReading reading{context};
   while (const std::optional<RuleLine> line = reader.Next()) SeamlyFilterParseLine(line->text, reading);
@@ -152,7 +186,8 @@ bool SeamlyFilterProcessFile(const std::wstring& path, const char* context, Rule
   return true;
 }
 
-bool SeamlyFilterProcessFolder(const std::wstring& folder, const char* context, RulesLeftOut& leftOut) {
+bool SeamlyFilterProcessFolder(const std::wstring& folder, const char* context, const PathTrust& trust,
+                               SkippedRules& skipped) {
   WIN32_FIND_DATAW entry{};
   const UniqueFind search(FindFirstFileExW((folder + L"\\*").c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch,
                                            nullptr, FIND_FIRST_EX_LARGE_FETCH));
@@ -160,29 +195,24 @@ bool SeamlyFilterProcessFolder(const std::wstring& folder, const char* context, 
   int files = 0;
   do {
     if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) continue;
-    const std::wstring path = folder + L'\\' + entry.cFileName;
-    if (++files > kMostFiles) {
-      LeaveOut({path, {}, L"is one more than 256"}, leftOut);
+    if (++files > kMostRuleFiles) {
+      Skip(__func__, folder + L'\\' + entry.cFileName, L"there are too many files", skipped);
       break;
     }
-    SeamlyFilterProcessFile(path, context, leftOut);
+    SeamlyFilterProcessFile(folder + L'\\' + entry.cFileName, context, trust, skipped);
   } while (FindNextFileW(search.get(), &entry) != FALSE);
   return true;
 }
 
-RulesLeftOut SeamlyFilterProcessRulesFolder(const char* context) {
-  RulesLeftOut leftOut;
-  const std::wstring commonData = CommonDataFolder();
-  const std::wstring machine =
-      commonData.empty() ? std::wstring() : commonData + L"\\Velkor\\KilnServer\\" + kFolderName;
-  for (const std::wstring& folder : {machine, HostRulesFolder()}) {
-    if (folder.empty() || GetFileAttributesW(folder.c_str()) == INVALID_FILE_ATTRIBUTES) continue;
-    std::optional<Distrust> distrust = IsPrivilegedProcess() ? FindDistrustOnPath(commonData, folder) : std::nullopt;
-    if (distrust) {
-      LeaveOut(std::move(*distrust), leftOut);
-    } else if (SeamlyFilterProcessFolder(folder, context, leftOut)) {
+SkippedRules SeamlyFilterProcessRulesFolder(const char* context) {
+  const PathTrust trust;
+  const std::wstring commonFolder = CommonFolder();
+  SkippedRules skipped;
+  for (const std::wstring& folder : {MachineRulesFolder(commonFolder), HostRulesFolder()}) {
+    if (!folder.empty() && IsFolderTrusted(folder, commonFolder, trust, skipped) &&
+        SeamlyFilterProcessFolder(folder, context, trust, skipped)) {
       break;
     }
   }
-  return leftOut;
+  return skipped;
 }

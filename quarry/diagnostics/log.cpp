@@ -9,8 +9,6 @@ namespace quarry {
 
 namespace log_detail {
 
-LogCallback callback = nullptr;
-
 void FormatAndDeliver(LogLevel level, const wchar_t* format, ...) {
   va_list arguments;
   va_start(arguments, format);

@@ -22,7 +22,7 @@ using LogCallback = void (*)(std::uint32_t level, const wchar_t* message);
 void SetLogCallback(LogCallback callback) noexcept;
 
 namespace log_detail {
-extern LogCallback callback;
+inline constinit LogCallback callback = nullptr;
 void FormatAndDeliver(LogLevel level, const wchar_t* format, ...);
 }  // namespace log_detail
 

@@ -3,7 +3,6 @@
 #include "quarry/apps/abstractApp.h"
 #include "quarry/fileTypes/registeredExtensionsImpl.h"
 #include "quarry/icons/hash.h"
-#include "quarry/icons/pngFile.h"
 #include "quarry/launch/hiddenWindow.h"
 
 #include "lib/fileTypes/fileTypeDiscovery.h"
@@ -47,7 +46,9 @@ QuarryImpl::QuarryImpl(LogCallback log, bool buildFileTypeDatabase)
       hiddenWindow_(CreateHiddenWindow()),
       fileTypesBuiltAt_(buildFileTypeDatabase ? BuildFileTypes() : 0),
       settingsKey_(std::make_unique<Registry>(kSettingsRoot, true)),
-      launcher_(*settingsKey_, iconBoss_.get(), hiddenWindow_.get(), *windowManager_) {}
+      launcher_(*settingsKey_, iconBoss_.get(), hiddenWindow_.get(), *windowManager_) {
+  rules_.Report();
+}
 
 QuarryImpl::~QuarryImpl() { Hash::ReleaseProvider(); }
 
@@ -68,7 +69,7 @@ IconPtr QuarryImpl::GetIcon(const std::wstring& name) {
 }
 
 std::vector<std::uint8_t> QuarryImpl::GetIconData(const std::wstring& name) {
-  if (const IconPtr icon = GetIcon(name)) return ReadPng(icon->GetPath());
+  if (const IconPtr icon = GetIcon(name)) return iconBoss_->ReadIcon(*icon);
   Log(LogLevel::Error, L"Unknown icon %s\n", name.c_str());
   return {};
 }

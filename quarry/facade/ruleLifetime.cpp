@@ -2,8 +2,6 @@
 
 #include "quarry/diagnostics/log.h"
 
-#include "lib/seamlyFilter/filter.h"
-
 #include <atomic>
 #include <cstdint>
 
@@ -17,19 +15,12 @@ void Release() {
   if (startCount.fetch_sub(1) == 1) SeamlyFilter_Close();
 }
 
-void WarnOf(const RulesLeftOut& leftOut) {
-  if (leftOut.empty()) return;
-  const Distrust& first = leftOut.front();
-  Log(LogLevel::Warning, L"Left out %d window rule files or folders, the first is \"%s\" (owner %s), which %s\n",
-      static_cast<int>(leftOut.size()), first.path.c_str(), first.owner.c_str(), first.reason.c_str());
-}
-
 }  // namespace
 
 RuleLifetime::RuleLifetime() {
   if (startCount.fetch_add(1) != 0) return;
   try {
-    WarnOf(SeamlyFilter_LoadRules(nullptr));
+    skipped_ = SeamlyFilter_LoadRules(nullptr);
   } catch (...) {
     Release();  // no destructor will do it
     throw;
@@ -37,5 +28,10 @@ RuleLifetime::RuleLifetime() {
 }
 
 RuleLifetime::~RuleLifetime() { Release(); }
+
+void RuleLifetime::Report() const {
+  if (skipped_.count == 0) return;
+  Log(LogLevel::Warning, L"Window filter rules left out: %s (%d in all)\n", skipped_.first.c_str(), skipped_.count);
+}
 
 }  // namespace quarry

@@ -11,6 +11,7 @@
 #include "quarry/icons/pngName.h"
 #include "quarry/paths/pathParts.h"
 
+#include "lib/misc/fileBytes.h"
 #include "lib/misc/platformHandles.h"
 
 #include <shellapi.h>
@@ -79,7 +80,7 @@ bool IconBoss::Init() {
   const std::optional<CLSID> encoder = FindPngEncoder();
   if (!encoder) return false;
   pngEncoder_ = *encoder;
-  folder_ = ChooseCacheFolder(config_);
+  folder_ = ChooseCacheFolder(config_, trust_);
   if (folder_.empty()) return false;
   ReloadCache();
   return true;
@@ -173,8 +174,8 @@ void IconBoss::ReloadCache() {
     return;
   }
   do {
-    constexpr DWORD kNoRegularFile = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
-    if ((file.dwFileAttributes & kNoRegularFile) == 0) EnterFile(file.cFileName);
+    constexpr DWORD kNoFile = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+    if ((file.dwFileAttributes & kNoFile) == 0) EnterFile(file.cFileName);
   } while (FindNextFileW(find.get(), &file) != FALSE);
   Log(LogLevel::Notable, L"Read %d icons from cache folder %s\n", static_cast<int>(iconsByName_.size()),
       folder_.c_str());
@@ -186,7 +187,17 @@ void IconBoss::EnterFile(const std::wstring& fileName) {
     Log(LogLevel::Warning, L"Badly formed PNG file name in %s: %s (skipped)\n", folder_.c_str(), fileName.c_str());
     return;
   }
-  iconsByName_.try_emplace(png->name, MakeRecord(*png, JoinPath(folder_, fileName)));
+  const std::wstring path = JoinPath(folder_, fileName);
+  if (IsOwnFile(path)) iconsByName_.try_emplace(png->name, MakeRecord(*png, path));
 }
+
+/// What was planted before the folder was closed to others is still there.
+bool IconBoss::IsOwnFile(const std::wstring& path) const {
+  if (!trust_.IsNeeded()) return true;
+  const UniqueFile file = OpenRegularFile(path, kShareAll);
+  return IsPngTrusted(file.get(), path, trust_);
+}
+
+std::vector<std::uint8_t> IconBoss::ReadIcon(const Icon& icon) const { return ReadPng(icon.GetPath(), trust_); }
 
 }  // namespace quarry

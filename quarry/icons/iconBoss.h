@@ -6,6 +6,9 @@
 #include "quarry/icons/icon.h"
 #include "quarry/icons/iconMiner.h"
 
+#include "lib/misc/pathTrust.h"
+
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -35,6 +38,9 @@ class IconBoss {
   /// The record of that name, or empty. Touches no file.
   IconPtr GetIcon(const std::wstring& name) const;
 
+  /// The bytes of an icon's PNG file; empty, with a message, when it cannot be read or trusted.
+  std::vector<std::uint8_t> ReadIcon(const Icon& icon) const;
+
   /// Enters the files of the cache folder into the index.
   void ReloadCache();
 
@@ -42,11 +48,13 @@ class IconBoss {
   explicit IconBoss(const Config& config) : config_(config) {}
   bool Init();
   void EnterFile(const std::wstring& fileName);
+  bool IsOwnFile(const std::wstring& path) const;
   void MineIcon(const IconMiner& miner, const MinedIcon& icon, IconList& icons);
   IconPtr StoreIcon(HICON icon, bool hasAlpha);
 
   UniqueGdiPlus gdiPlus_;
   CLSID pngEncoder_{};
+  PathTrust trust_;
   const Config& config_;
   std::wstring folder_;
   std::map<std::wstring, IconPtr> iconsByName_;

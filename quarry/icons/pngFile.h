@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+class PathTrust;
+
 namespace quarry {
 
 /// The installed PNG encoder, to be asked for while GDI+ is in use. With no message when the encoders cannot be listed.
@@ -16,8 +18,12 @@ std::optional<CLSID> FindPngEncoder();
 /// Whether there is anything at `path`.
 bool IsThere(const std::wstring& path);
 
-/// The bytes of the PNG file at `path`; empty, with a message, when it cannot be read.
-std::vector<std::uint8_t> ReadPng(const std::wstring& path);
+/// Whether the open file, which is the PNG file at `path`, was not planted by others. False with a message.
+bool IsPngTrusted(HANDLE file, const std::wstring& path, const PathTrust& trust);
+
+/// The bytes of the PNG file at `path`; empty, with a message, when it cannot be read or trusted. Links are not
+/// followed.
+std::vector<std::uint8_t> ReadPng(const std::wstring& path, const PathTrust& trust);
 
 /// Where the picture of a PNG file comes from.
 enum class PngSource {

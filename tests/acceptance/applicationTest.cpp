@@ -205,7 +205,7 @@ std::wstring PanelLink(const std::wstring& path) {
 }
 
 TEST_F(ApplicationTest, ShortcutThatLeadsToNoApplicationIsDropped) {
-  Bytes large = ReadRegularFile(folder_.WriteLink(L"model.lnk", FixtureProgram(L"emptyApp"))).value_or(Bytes());
+  Bytes large = ReadWholeFile(folder_.WriteLink(L"model.lnk", FixtureProgram(L"emptyApp"))).value_or(Bytes());
   large.resize((1 << 20) + 1);
   const std::wstring file = folder_.WriteText(L"Setup.EXE", L"");
   const std::wstring folder = folder_.MakeFolder(L"sub.exe folder");

@@ -82,7 +82,11 @@ TEST_F(HostDay, FreedRecordsLeaveNothingBehind) {
       {"windows", [&] { EXPECT_GE(host.GetOpenWindows().size(), 2U); }},
       {"extensions", [&] { EXPECT_EQ(host.GetRegisteredExtensions(echo_)->count, 1U); }},
   };
-  for (const auto& [name, use] : kRecords) EXPECT_EQ(GrowthOf(use, Rounds(20, 2'000)), ResourceCounts()) << name;
+  for (const auto& [name, use] : kRecords) EXPECT_EQ(GrowthOf(use, Rounds(20, 15'000)), ResourceCounts()) << name;
+}
+
+TEST_F(HostDay, StartsAndEndsAsOftenAsAHostLikes) {
+  EXPECT_EQ(GrowthOf([] { const QuarryHost host; }, Rounds(20, 10'000)), ResourceCounts());
 }
 
 TEST_F(HostDay, ManyWindowsAreListedOnceEach) {

@@ -116,7 +116,7 @@ TEST_F(Icons, AnApplicationHasTheBestImageOfEachSizeWithItsPixels) {
     EXPECT_EQ(HostLog::Count(3, L"IconBoss: cached icon " + NameOf(image) + L'\n'), 1u);
   }
   // The same picture, stored in the icon as a PNG.
-  const std::wstring newer = Program(L"newer", {{256, 256, 32, ReadRegularFile(PathOf(large)).value_or(Bytes())}});
+  const std::wstring newer = Program(L"newer", {{256, 256, 32, ReadWholeFile(PathOf(large)).value_or(Bytes())}});
   EXPECT_EQ(SizesOf(host, newer), (Sizes{{256, 256}}));
   EXPECT_EQ(HostLog::Count(3, L"Found existing PNG file " + PathOf(large) + L'\n'), 1u);
 }
@@ -156,7 +156,7 @@ TEST_F(Icons, ThePictureOfTwoProgramsIsStoredOnceAndReadBackLater) {
   std::uint64_t size = 7;
   ASSERT_EQ(host->GetIconData(name.c_str(), &data, &size), 1);
   const auto* const bytes = static_cast<const std::uint8_t*>(data);
-  EXPECT_EQ(Bytes(bytes, bytes + size), ReadRegularFile(path));
+  EXPECT_EQ(Bytes(bytes, bytes + size), ReadWholeFile(path));
   host->FreeIconData(data);
   fs::remove(path);
   EXPECT_EQ(host->GetIconData(name.c_str(), &data, &size), 0);
@@ -186,10 +186,7 @@ TEST_F(Icons, FilesAreReadByTheirKindAndTheirDirectory) {
       {L"two.ico", IcoFile(two), {{16, 16}, {24, 24}}, L"Found 2 icons in the icon file\n"},
       {L"two", IcoFile(two), {{16, 16}, {24, 24}}, L"two appears to be ICO format\n"},
       {L"three", {0, 0, 1}, {}, L"three - EXE assumed\n"},
-      {L"panel.cpl",
-       ReadRegularFile(Program(L"two", two)).value_or(Bytes()),
-       {{16, 16}, {24, 24}},
-       L"Found 2 icons in"},
+      {L"panel.cpl", ReadWholeFile(Program(L"two", two)).value_or(Bytes()), {{16, 16}, {24, 24}}, L"Found 2 icons in"},
       {L"two.ICO", IcoFile(two), {}, L"Don't know how to mine icons from ICO file\n"},
       {L"hundred.ico", IcoFile(hundred), {{16, 16}}, L"Miner found 100 icons\n"},
       {L"more.ico", IcoFile(hundred, 101), {}, L"more.ico contains corrupt icon directory (not an ico file?)\n"},
@@ -215,7 +212,7 @@ TEST_F(Icons, FilesAreReadByTheirKindAndTheirDirectory) {
   // The platform looks for a library behind a name without extension, and along the search path without a folder.
   folder_.CopyFrom(L"plain.dll", folder_ / L"panel.cpl");
   EXPECT_EQ(SizesOf(host, Link(folder_ / L"plain")), (Sizes{{16, 16}, {24, 24}}));
-  Bytes damaged = ReadRegularFile(folder_ / L"plain.dll").value_or(Bytes());
+  Bytes damaged = ReadWholeFile(folder_ / L"plain.dll").value_or(Bytes());
   std::memset(damaged.data() + damaged[0x3C] + 24 + 112 + 16, 0x7F, 4);  // the place of the resources
   folder_.WriteBytes(L"quarryDamaged.dll", damaged);
   const std::wstring searchPath = _wgetenv(L"PATH");
@@ -421,7 +418,7 @@ TEST_F(Icons, AnImageThatLiesAboutItsSizeLeavesOutItsSizeOnly) {
   IconImage huge = MakeImage(28, 28, 32);
   huge.bytes[6] = huge.bytes[10] = 0xFF;  // in the header's width and height
   const std::wstring path = Program(L"lies", {huge, MakeImage(20, 20, 32), MakeImage(16, 16, 32)});
-  Bytes module = ReadRegularFile(path).value_or(Bytes());
+  Bytes module = ReadWholeFile(path).value_or(Bytes());
   // The end of an entry in the tables of the resources: the size of the image of 20 pixels and two fields of zeros.
   const Bytes size = {0xB8, 0x06, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
   const auto field = std::search(module.begin(), module.end(), size.begin(), size.end());
@@ -474,40 +471,37 @@ TEST_F(Icons, OnlyWellNamedFilesOfTheFolderAreReadBack) {
   EXPECT_FALSE(HasLine(L"Failed to read icon file "));
 }
 
-BOOL WINAPI TellNotElevated(HANDLE token, TOKEN_INFORMATION_CLASS what, void* information, DWORD size, DWORD* needed) {
-  if (what != TokenElevation) return GetTokenInformation(token, what, information, size, needed);
-  static_cast<TOKEN_ELEVATION*>(information)->TokenIsElevated = 0;
-  return TRUE;
-}
-
 TEST_F(Icons, AFolderThatCannotBeMadeOrTrustedGivesWayToTheDefault) {
   const std::wstring file = folder_.WriteText(L"file", L"");
-  const std::wstring open = folder_.MakeOpenFolder(L"open");
-  const std::wstring link = folder_ / L"link";
-  ASSERT_TRUE(folder_.LinkFolder(L"link", folder_.MakeFolder(L"target")));
-  for (const auto& [folder, message] :
-       {std::pair(file + L"\\below", std::wstring(L"Invalid PNG cache folder \"%s\", error ")),
-        {L"\\\\quarry.invalid\\share\\icons", L"Invalid PNG cache folder \"%s\", error "},
-        {file, L"Invalid PNG cache folder \"%s\", error 267\n"},
-        {open, L"Untrusted PNG cache folder \"%s\": \"%s\" (owner S-1-"},
-        {open, L") can be written to by ordinary accounts\n"},
-        {link, L") is a reparse point\n"}}) {
+  const TemporaryFolder links(L"quarryLinks");  // goes before the link's target
+  ASSERT_TRUE(links.LinkFolder(L"link", folder_.MakeFolder(L"target")));
+  const std::tuple<std::wstring, std::wstring, std::wstring> kCases[] = {
+      {file + L"\\below", L"Invalid", L""},
+      {file, L"Invalid", L", error 267\n"},
+      {L"\\\\quarry.invalid\\share\\icons", L"Invalid", L""},
+      {folder_.MakeOpenFolder(L"open"), L"Untrusted", L": others than administrators may write to it\n"},
+      {links / L"link", L"Untrusted", L": it is a reparse point\n"},
+  };
+  for (const auto& [folder, what, end] : kCases) {
     settings_.SetString(L"", L"IconCacheDir", folder);
     const QuarryHost host;
-    EXPECT_TRUE(HasLine(Str_FormatWide(message.c_str(), folder.c_str(), folder.c_str()))) << fs::path(message);
+    const std::vector<LogLine> lines = HostLog::Holding(what + L" PNG cache folder \"" + folder + L"\", ");
+    ASSERT_THAT(lines, SizeIs(1)) << fs::path(folder);
+    EXPECT_TRUE(lines[0].level == 0 && lines[0].text.ends_with(end)) << fs::path(lines[0].text);
     EXPECT_EQ(HostLog::Count(3, L"Using PNG cache folder \"C:\\ProgramData\\Velkor\\Velkor Quarry\\IconCache\"\n"), 1u);
-  }
-  {
-    // In an ordinary user's process the folder is that user's matter.
-    const ReplacedImport replaced(Library::Instance().Module(), "advapi32.dll", "GetTokenInformation", TellNotElevated);
-    settings_.SetString(L"", L"IconCacheDir", open);
-    const QuarryHost host;
-    EXPECT_EQ(HostLog::Count(3, L"Using PNG cache folder \"" + open + L"\"\n"), 1u);
   }
   // With a file in the default folder's place there is no icon cache, and all else works.
   const fs::path vendor = L"C:\\ProgramData\\Velkor";
   const fs::path saved = folder_ / L"saved";
   fs::rename(vendor, saved);
+  fs::create_directory(vendor);
+  OpenToEveryone(vendor);
+  {
+    const QuarryHost host;
+    EXPECT_TRUE(HasLine(L"Untrusted PNG cache folder \"C:\\ProgramData\\Velkor\", owner "));
+    EXPECT_TRUE(fs::is_empty(vendor));
+  }
+  fs::remove(vendor);
   fs::copy_file(file, vendor);
   const QuarryHost host;
   fs::remove(vendor);
@@ -520,8 +514,8 @@ TEST_F(Icons, AFolderThatCannotBeMadeOrTrustedGivesWayToTheDefault) {
 
 TEST_F(Icons, AnIconThatCannotBeStoredIsAnEmptyEntryAndLeavesNothingBehind) {
   const std::wstring path = Program(L"unstored", {MakeImage(16, 16, 32), MakeImage(32, 32, 8)});
-  // Gone, and read-only (the kernel's own folder).
-  for (const std::wstring& folder : {cache_, std::wstring(L"Z:\\proc\\fs")}) {
+  // Gone, and read-only (a folder of the kernel's own).
+  for (const std::wstring& folder : {cache_, std::wstring(L"Z:\\proc\\tty")}) {
     SCOPED_TRACE(fs::path(folder).string());
     settings_.SetString(L"", L"IconCacheDir", folder);
     const QuarryHost host;
@@ -537,15 +531,152 @@ TEST_F(Icons, AnIconThatCannotBeStoredIsAnEmptyEntryAndLeavesNothingBehind) {
   }
 }
 
-TEST_F(Icons, TwoProcessesFillOneFolderTogether) {
+bool g_elevated = true;
+bool g_links = false;
+Names g_made;
+
+BOOL WINAPI Token(HANDLE token, TOKEN_INFORMATION_CLASS what, void* data, DWORD size, DWORD* needed) {
+  const BOOL result = GetTokenInformation(token, what, data, size, needed);
+  if (what == TokenElevation && !g_elevated) static_cast<TOKEN_ELEVATION*>(data)->TokenIsElevated = 0;
+  return result;
+}
+
+// Wine shows no links to files.
+BOOL WINAPI FileInformation(HANDLE file, BY_HANDLE_FILE_INFORMATION* information) {
+  const BOOL result = GetFileInformationByHandle(file, information);
+  if (g_links) information->dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
+  return result;
+}
+
+HANDLE WINAPI Open(LPCWSTR path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security, DWORD how, DWORD flags,
+                   HANDLE templateFile) {
+  if ((access & GENERIC_WRITE) != 0)
+    g_made.push_back((how == CREATE_NEW ? L"" : L"no new file: ") + std::wstring(path));
+  return CreateFileW(path, access, share, security, how, flags, templateFile);
+}
+
+TEST_F(Icons, WhatOthersCanWriteToIsServedToNobodyByAProcessWithMoreRights) {
+  const HMODULE library = Library::Instance().Module();
+  const ReplacedImport token(library, "ADVAPI32.dll", "GetTokenInformation", Token);
+  const ReplacedImport information(library, "KERNEL32.dll", "GetFileInformationByHandle", FileInformation);
+  const std::vector<std::uint8_t> bytes = {1};
+  const std::wstring planted = folder_.WriteBytes(L"deep\\cache\\abc-1-1.png", bytes);
+  const std::wstring later = folder_.WriteBytes(L"deep\\cache\\abd-1-1.png", bytes);
+  OpenToEveryone(planted);
+  const auto served = [](const QuarryHost& host, const wchar_t* name) {
+    void* data = nullptr;
+    std::uint64_t size = 0;
+    const int result = host->GetIconData(name, &data, &size);
+    host->FreeIconData(data);
+    return result == 1 && size == 1;
+  };
+  {
+    const QuarryHost host;
+    EXPECT_THAT(HostLog::Holding(L"Untrusted PNG file " + planted + L", owner "),
+                ElementsAre(Field(&LogLine::level, 1)));
+    EXPECT_EQ(host->GetIcon(L"abc"), nullptr);
+    EXPECT_TRUE(served(host, L"abd"));
+    g_links = true;
+    EXPECT_FALSE(served(host, L"abd"));
+    g_links = false;
+    EXPECT_EQ(HostLog::Count(0, L"Failed to read icon file " + later + L'\n'), 1u);
+    OpenToEveryone(later);
+    EXPECT_FALSE(served(host, L"abd"));
+    EXPECT_EQ(HostLog::CountHolding(L"Untrusted PNG file " + later), 1u);
+  }
+  g_elevated = false;
+  OpenToEveryone(cache_);
+  const QuarryHost host;
+  g_elevated = true;
+  EXPECT_TRUE(served(host, L"abc") && served(host, L"abd"));
+  EXPECT_FALSE(HasLine(L"Untrusted"));
+}
+
+BOOL WINAPI RefuseName(HANDLE file, FILE_INFO_BY_HANDLE_CLASS what, void* data, DWORD size) {
+  return what == FileRenameInfo ? FALSE : SetFileInformationByHandle(file, what, data, size);
+}
+
+TEST_F(Icons, AFileIsMadeUnderANameThatNobodyCanGuess) {
+  const QuarryHost host;
+  {
+    const ReplacedImport move(Library::Instance().Module(), "KERNEL32.dll", "SetFileInformationByHandle", RefuseName);
+    EXPECT_EQ(SizesOf(host, Program(L"one", {MakeImage(16, 16, 32)})), (Sizes{{-1, -1}}));
+    EXPECT_THAT(CacheFiles(), IsEmpty());
+  }
+  const ReplacedImport open(Library::Instance().Module(), "KERNEL32.dll", "CreateFileW", Open);
+  EXPECT_THAT(IconsOf(host, Program(L"two", {MakeImage(16, 16, 32), MakeImage(32, 32, 32)})), SizeIs(2));
+  ASSERT_THAT(g_made, SizeIs(2));
+  const std::wstring start = cache_ + L"\\~";
+  for (const std::wstring& name : g_made) EXPECT_TRUE(name.starts_with(start) && name.ends_with(L".tmp"));
+  // Nothing of the process or the clock is in both names.
+  std::size_t same = 0;
+  for (std::size_t at = start.size(); at < start.size() + 32; ++at) same += g_made[0][at] == g_made[1][at] ? 1 : 0;
+  EXPECT_LT(same, 16u);
+  EXPECT_THAT(CacheFiles(), SizeIs(2));
+}
+
+std::vector<IconImage> ManyImages() {
   std::vector<IconImage> images;
   for (unsigned size = 8; size < 48; ++size) images.push_back(MakeImage(size, size, 32));
-  const Names arguments = {L"app", Program(L"shared", images)};
+  return images;
+}
+
+/// True for a file of another name.
+bool IsWholePng(const fs::path& path) {
+  if (path.extension() != L".png") return true;
+
+  constexpr std::uint8_t kEnd[] = {'I', 'E', 'N', 'D', 0xAE, 0x42, 0x60, 0x82};
+  const Bytes bytes = ReadWholeFile(path.wstring()).value_or(Bytes());
+  return bytes.size() > std::size(kEnd) && std::equal(std::begin(kEnd), std::end(kEnd), bytes.end() - std::size(kEnd));
+}
+
+TEST_F(Icons, TwoProcessesFillOneFolderTogether) {
+  const Names arguments = {L"app", Program(L"shared", ManyImages())};
   std::future<ProcessOutput> outputs[3];
   for (auto& output : outputs) output = std::async(std::launch::async, RunProgram, L"quarryctl", arguments, L"");
   for (auto& output : outputs) EXPECT_EQ(output.get().err, "");
-  ASSERT_THAT(CacheFiles(), SizeIs(images.size()));
-  for (const IconImage& image : images) EXPECT_EQ(DecodePng(PathOf(image)), image.picture);
+  ASSERT_THAT(CacheFiles(), SizeIs(ManyImages().size()));
+  for (const IconImage& image : ManyImages()) EXPECT_EQ(DecodePng(PathOf(image)), image.picture);
+}
+
+TEST_F(Icons, AProcessThatIsKilledWhileItWritesLeavesWholePicturesOnly) {
+  std::wstring command =
+      L"\"" + (BinFolder() / L"quarryctl.exe").wstring() + L"\" app \"" + Program(L"killed", ManyImages()) + L'"';
+  int cut = 0;
+  for (int round = 0; round < Rounds(3, 200); ++round) {
+    fs::remove_all(cache_);
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION information{};
+    ASSERT_TRUE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, nullptr,
+                               &startup, &information));
+    const UniqueKernelHandle thread(information.hThread);
+    const UniqueKernelHandle process(information.hProcess);
+    for (int look = 0; look < 2'000 && (!fs::exists(cache_) || CacheFiles().empty()); ++look) Sleep(5);
+    Sleep(static_cast<DWORD>(round % 25));
+    TerminateProcess(process.get(), 1);
+    WaitForSingleObject(process.get(), INFINITE);
+    for (const std::wstring& file : CacheFiles()) EXPECT_TRUE(IsWholePng(cache_ + L'\\' + file)) << round;
+    cut += CacheFiles().size() < ManyImages().size() ? 1 : 0;
+  }
+  EXPECT_GT(cut, 0);
+}
+
+// On a small file system that the run was given, in QUARRY_SMALL_DISK.
+TEST_F(Icons, AFullDiskKeepsWholePicturesOnly) {
+  const wchar_t* const disk = _wgetenv(L"QUARRY_SMALL_DISK");
+  if (disk == nullptr) GTEST_SKIP() << "no small disk is mounted";
+  const std::wstring cache = std::wstring(disk) + L"\\icons";
+  settings_.SetString(L"", L"IconCacheDir", cache);
+  const QuarryHost host;
+  const Sizes sizes = SizesOf(host, Program(L"many", ManyImages()));
+  EXPECT_THAT(sizes, Contains(std::pair(-1, -1)));
+  std::ptrdiff_t whole = 0;
+  for (const auto& file : fs::directory_iterator(cache)) {
+    EXPECT_TRUE(IsWholePng(file)) << file.path();
+    whole += file.path().extension() == L".png" ? 1 : 0;
+  }
+  EXPECT_EQ(whole, std::count_if(sizes.begin(), sizes.end(), [](const auto& size) { return size.first > 0; }));
 }
 
 }  // namespace

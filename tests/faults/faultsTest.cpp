@@ -104,6 +104,7 @@ Failure FailureOf(const std::string& function) {
       {"AssocQueryStringW", kOutOfMemory},
       {"CoCreateInstance", kOutOfMemory},
       {"CoInitializeEx", kOutOfMemory},
+      {"CreateStreamOnHGlobal", kOutOfMemory},
       {"PathCreateFromUrlW", kOutOfMemory},
       {"SHAssocEnumHandlers", kOutOfMemory},
       {"SHGetFolderPathW", kOutOfMemory},

@@ -15,7 +15,7 @@
 namespace quarry::test {
 namespace {
 
-constexpr std::size_t kBatch = 500;
+constexpr std::size_t kBatch = 200;
 
 TEST(FuzzWorker, DISABLED_LivesThroughInputs) {
   EndAtOnceWhenFaulting();

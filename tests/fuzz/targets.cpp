@@ -110,7 +110,7 @@ Model FuzzWorld::IconModel() {
 }
 
 Model FuzzWorld::ProgramModel() const {
-  const Bytes bytes = ReadRegularFile(program_).value_or(Bytes());
+  const Bytes bytes = ReadWholeFile(program_).value_or(Bytes());
   // The tables of the resources end with the group.
   const Bytes group = {0, 0, 1, 0, 5, 0, 16, 16};
   const auto found = std::search(bytes.begin(), bytes.end(), group.begin(), group.end());
@@ -122,7 +122,7 @@ Model FuzzWorld::ShortcutModel() const {
   const std::wstring path = folder_.WriteLink(
       L"model.lnk", program_,
       {.arguments = L"/a", .description = L"text", .workingDirectory = folder_.Path(), .iconLocation = L"x.ico"});
-  const Bytes bytes = ReadRegularFile(path).value_or(Bytes());
+  const Bytes bytes = ReadWholeFile(path).value_or(Bytes());
   return {bytes, 0, bytes.size()};
 }
 

@@ -10,7 +10,10 @@
 
 namespace quarry::test {
 
-inline const std::wstring kExplorerTypes = L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\FileExts\\";
+/// Where Explorer keeps what a user opened the type `name` with.
+inline std::wstring ExplorerTypeKey(const std::wstring& name) {
+  return L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\FileExts\\" + name;
+}
 
 /// Registers types and makes their programs, for as long as a test runs.
 // NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): GoogleTest alone makes and destroys it

@@ -78,6 +78,14 @@ std::wstring FolderOf(const std::wstring& path) { return path.substr(0, path.rfi
 
 }  // namespace
 
+void OpenToEveryone(const std::wstring& path) {
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  const BOOL made = ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:P(A;OICI;FA;;;BA)(A;OICI;FA;;;WD)",
+                                                                         SDDL_REVISION_1, &descriptor, nullptr);
+  const UniqueLocal<void> owner(descriptor);
+  if (!made || !SetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, descriptor)) Fail("SetFileSecurityW", path);
+}
+
 std::wstring LongPath(const std::wstring& path) { return L"\\\\?\\" + path; }
 
 TemporaryFolder::TemporaryFolder(std::wstring_view name)
@@ -97,11 +105,7 @@ std::wstring TemporaryFolder::MakeFolder(std::wstring_view relative) const {
 
 std::wstring TemporaryFolder::MakeOpenFolder(std::wstring_view relative) const {
   std::wstring path = MakeFolder(relative);
-  PSECURITY_DESCRIPTOR descriptor = nullptr;
-  const BOOL made = ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:P(A;OICI;FA;;;BA)(A;OICI;FA;;;WD)",
-                                                                         SDDL_REVISION_1, &descriptor, nullptr);
-  const UniqueLocal<void> owner(descriptor);
-  if (!made || !SetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, descriptor)) Fail("SetFileSecurityW", path);
+  OpenToEveryone(path);
   return path;
 }
 

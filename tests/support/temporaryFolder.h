@@ -42,6 +42,9 @@ class TemporaryFolder {
   std::wstring path_;
 };
 
+/// Gives the file or folder at `path` a DACL that lets Everyone write. Throws std::filesystem::filesystem_error.
+void OpenToEveryone(const std::wstring& path);
+
 /// `path` in the form that the file functions take beyond 260 characters.
 std::wstring LongPath(const std::wstring& path);
 

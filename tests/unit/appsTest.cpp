@@ -104,9 +104,9 @@ TEST(ResourceTree, IsSoundWhenItsTablesStayInTheirSection) {
   const TemporaryFolder folder;
   const std::wstring program = folder.CopyFrom(L"a.exe", FixtureProgram(L"emptyApp"));
   PutVersion(program, {true, {{0x0409, 0x04e4}}, {{kKey, {{L"ProductName", L"Example"}}}}});
-  const Bytes whole = ReadRegularFile(program).value_or(Bytes());
+  const Bytes whole = ReadWholeFile(program).value_or(Bytes());
   const auto isSound = [&](const Bytes& bytes) {
-    const UniqueFile file = OpenRegularFile(folder.WriteBytes(L"b.exe", bytes));
+    const UniqueFile file = OpenDiskFile(folder.WriteBytes(L"b.exe", bytes), FILE_SHARE_READ);
     return IsSoundResourceTree(file.get(), {LOWORD(RT_VERSION)});
   };
   EXPECT_TRUE(isSound(whole));

@@ -13,7 +13,7 @@
 
 namespace quarry::test {
 
-inline int g_lentReferences = 0;
+inline constinit int g_lentReferences = 0;
 
 /// A COM object that belongs to the test: references to it are only counted.
 template <typename... Interfaces>

@@ -1,6 +1,7 @@
 #include "lib/fileTypes/fileTypeRecord.h"
 
 #include "lib/appUtil/handlerEnumeration.h"
+#include "lib/fileTypes/fileTypeDiscovery.h"
 #include "lib/fileTypes/indirectString.h"
 
 #include "tests/unit/fileTypesFixture.h"
@@ -52,7 +53,7 @@ TEST_F(FileTypeRecord, TakesHandlersFromEverySourceInOrder) {
   type.SetString(L"OpenWithProgIds", L"", L"QuarryProgId8");
   type.SetDword(L"OpenWithProgIds", L"QuarryProgId8", 1);
   Key(L"SystemFileAssociations\\quarryperceived").MakeSubkey(L"OpenWithList\\QuarryProgId3");
-  const RegistryFixture& user = Key(kExplorerTypes + L".quarrytest", HKEY_CURRENT_USER);
+  const RegistryFixture& user = Key(ExplorerTypeKey(L".quarrytest"), HKEY_CURRENT_USER);
   user.SetRaw(L"OpenWithProgIds", L"QuarryProgId7", REG_NONE, {});
   user.SetString(L"OpenWithList", L"a", L"QuarryApp.exe");
   user.SetString(L"OpenWithList", L"b", L"QuarryProgId8");
@@ -115,7 +116,7 @@ TEST_F(FileTypeRecord, ReadsAListForALimitedTimeOnly) {
     type.MakeSubkey(std::wstring(L"OpenWithList\\Quarry") + last);
     type.SetRaw(L"OpenWithProgIds", std::wstring(L"Quarry") + last, REG_NONE, {});
   }
-  Key(kExplorerTypes + L".quarrytest", HKEY_CURRENT_USER).SetRaw(L"OpenWithProgIds", L"QuarryProgId1", REG_NONE, {});
+  Key(ExplorerTypeKey(L".quarrytest"), HKEY_CURRENT_USER).SetRaw(L"OpenWithProgIds", L"QuarryProgId1", REG_NONE, {});
   step = 1000;
   EXPECT_THAT(Programs(".quarrytest"), ElementsAre("p1.exe"));  // the next list is read all the same
   EXPECT_THAT(
@@ -123,6 +124,24 @@ TEST_F(FileTypeRecord, ReadsAListForALimitedTimeOnly) {
       ElementsAre("FileTypeInfoWin32::Load: Leaving out the rest of '.quarrytest\\OpenWithList' after 10000 ms.\n",
                   "FileTypeInfoWin32::AddHandlersForSubValues: Leaving out the rest of "
                   "'.quarrytest\\OpenWithProgIds' after 10000 ms.\n"));
+}
+
+TEST_F(FileTypeRecord, AllListsOfABuildTogetherHaveALimitedTime) {
+  for (int number = 0; number < 14; ++number) {
+    const RegistryFixture& type = Key(Str_FormatWide(L".quarry%d", number));
+    type.SetString(L"", L"", L"QuarryNone");
+    type.MakeSubkey(L"OpenWithList\\QuarryNone");
+  }
+  const auto leftOut = [] {
+    return std::any_of(messages.begin(), messages.end(), [](const std::string& text) {
+      return text.find("Leaving out the rest of '.quarry") != std::string::npos;
+    });
+  };
+  step = 2'500;  // two looks at the clock for each list
+  for (int number = 0; number < 14; ++number) Programs(Str_Format(".quarry%d", number));
+  EXPECT_FALSE(leftOut());
+  AppUtil_BuildGlobalApplicationList(0);
+  EXPECT_TRUE(leftOut());
 }
 
 TEST_F(FileTypeRecord, NamesHandlersAndKeepsWhatItFoundOut) {
@@ -199,6 +218,11 @@ TEST_F(FileTypeRecord, ResolvesANameThatIsAResourceOnce) {
   }
   EXPECT_THAT(messages, ElementsAre(StartsWith("VlkSHLoadIndirectString: SHLoadIndirectString failed, source: \"" +
                                                gone + "\", error: 0x8")));
+  // A module that comes back is found with the next build.
+  WriteStringResource(folder, L"gone.dll", L"Back");
+  EXPECT_EQ(record.ApplicationFriendlyName("gone"), gone);
+  AppUtil_BuildGlobalApplicationList(0);
+  EXPECT_EQ(record.ApplicationFriendlyName("gone"), "Back");
 }
 
 std::vector<UINT> askedSizes;

@@ -1,5 +1,6 @@
 #include "lib/appUtil/windowProcess.h"
 #include "lib/misc/logEntry.h"
+#include "lib/misc/pathTrust.h"
 #include "lib/seamlyFilter/answerCache.h"
 #include "lib/seamlyFilter/ruleFile.h"
 #include "lib/seamlyFilter/ruleRegistry.h"
@@ -8,6 +9,8 @@
 
 #include "tests/support/hostTest.h"
 #include "tests/support/windowMaker.h"
+
+#include <fstream>
 
 namespace quarry::test {
 namespace {
@@ -32,10 +35,10 @@ class WindowFilter : public Test {
     return std::count_if(messages.begin(), messages.end(),
                          [&](const std::string& message) { return message.find(part) != std::string::npos; });
   }
-  void Load(const std::string& text, const char* context = nullptr) {
+  void Load(const std::string& text, const char* context = nullptr) const {
     const std::wstring path =
         folder_.WriteBytes(L"rules 漢字.txt", {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
-    ASSERT_TRUE(SeamlyFilterProcessFile(path, context, leftOut_));
+    ASSERT_TRUE(SeamlyFilterProcessFile(path, context, trust_, skipped));
   }
   /// The table as text: items as "key:value", rule sets in brackets, items in the order of writing.
   static std::string Table() {
@@ -67,6 +70,7 @@ class WindowFilter : public Test {
   }
 
   static inline std::vector<std::string> messages;
+  static inline SkippedRules skipped;
   const VersionResource version_ = {
       true,
       {{0x0407, 0x04B0}, {0x0409, 0x04E4}},
@@ -75,8 +79,8 @@ class WindowFilter : public Test {
       true,
       0xFFFF'0002'0003'0004,
   };
+  const PathTrust trust_;
   const TemporaryFolder folder_{L"quarryFilter"};
-  RulesLeftOut leftOut_;
 };
 
 TEST_F(WindowFilter, ReadsTheGrammarOfRuleFiles) {
@@ -116,33 +120,10 @@ TEST_F(WindowFilter, ReadsTheGrammarOfRuleFiles) {
   EXPECT_EQ(Table(), "[ 9:map ][ 4:1 ][ 7:B ]");
 }
 
-TEST_F(WindowFilter, ReadsNoMoreThanAFolderForRulesHolds) {
-  const std::string rule = "BeginRule\nclassname=A\n#";
-  const std::wstring sub = folder_.MakeFolder(L"rules");
-  for (int file = 0; file < 256; ++file) folder_.WriteBytes(Str_FormatWide(L"rules\\%d", file), {});
-  folder_.WriteBytes(L"rules\\0", std::vector<std::uint8_t>(rule.begin(), rule.end()));
-  EXPECT_TRUE(SeamlyFilterProcessFolder(sub, nullptr, leftOut_));
-  EXPECT_EQ(Table(), "[ 7:A ]");
-  EXPECT_THAT(leftOut_, IsEmpty());
-  std::vector<std::uint8_t> large(rule.begin(), rule.end());
-  large.resize(1 << 20, ' ');
-  folder_.WriteBytes(L"rules\\0", large);
-  EXPECT_TRUE(SeamlyFilterProcessFolder(sub, nullptr, leftOut_));
-  EXPECT_EQ(Table(), "[ 7:A ][ 7:A ]");
-  large.push_back(' ');
-  folder_.WriteBytes(L"rules\\0", large);
-  folder_.WriteBytes(L"rules\\one more", {});
-  EXPECT_TRUE(SeamlyFilterProcessFolder(sub, nullptr, leftOut_));
-  EXPECT_EQ(Table(), "[ 7:A ][ 7:A ]");
-  ASSERT_THAT(leftOut_, SizeIs(2));
-  EXPECT_EQ(leftOut_[0].path + L' ' + leftOut_[0].reason, sub + L"\\0 is larger than 1 MiB");
-  EXPECT_EQ(leftOut_[1].reason, L"is one more than 256");
-}
-
 TEST_F(WindowFilter, ReportsWhatItReads) {
   Load("BeginRule\ncompany = X\nclassname=A\nnonsense\n");
-  EXPECT_FALSE(SeamlyFilterProcessFile(L"Q:\\missing 漢", nullptr, leftOut_));
-  EXPECT_FALSE(SeamlyFilterProcessFolder(folder_ / L"none", nullptr, leftOut_));
+  EXPECT_FALSE(SeamlyFilterProcessFile(L"Q:\\missing 漢", nullptr, trust_, skipped));
+  EXPECT_FALSE(SeamlyFilterProcessFolder(folder_ / L"none", nullptr, trust_, skipped));
   ParseRegRule("Name", "type=dock;;nonsense;a=b;", nullptr);
   SeamlyFilter_Close();
   EXPECT_THAT(messages,
@@ -181,6 +162,39 @@ TEST_F(WindowFilter, HoldsNoMoreThanItsTable) {
     EXPECT_EQ(Ask(window.get()), fits ? "1 1 -1" : "0 0 -1");
     EXPECT_EQ(Count("SeamlyFilterAddItem: Too many rule items, the rule set is not used.\n"), fits ? 0 : 1);
   }
+}
+
+TEST_F(WindowFilter, TakesTrustedFilesOfBoundedSizeAndNumber) {
+  std::vector<std::uint8_t> text(kLargestRuleFile, '\n');
+  std::copy_n("BeginRule", 9, text.begin());
+  const auto process = [&](const std::wstring& path) {
+    skipped = {};
+    return SeamlyFilterProcessFile(path, nullptr, trust_, skipped);
+  };
+  const std::wstring file = folder_.WriteBytes(L"rules", text);
+  EXPECT_TRUE(process(file));
+  OpenToEveryone(file);
+  EXPECT_FALSE(process(file));
+  EXPECT_THAT(messages.back(),
+              AllOf(StartsWith("SeamlyFilterProcessFile: skipping " + Unicode_Utf8FromWide(file) + ", owner "),
+                    EndsWith(": others than administrators may write to it\n")));
+  RuleFileReader reader(OpenRuleFile(file));
+  std::ofstream(std::filesystem::path(file), std::ios::app) << std::string(99, '\n');  // while it is read
+  std::size_t lines = 0;
+  while (reader.Next()) ++lines;
+  EXPECT_EQ(lines, kLargestRuleFile - 9);
+  EXPECT_FALSE(process(file));
+  EXPECT_EQ(skipped.first, file + L", it is too large");
+
+  Forget();
+  skipped = {};
+  for (int index = 0; index < kMostRuleFiles + 2; ++index) {
+    folder_.WriteBytes(L"many\\" + std::to_wstring(index), std::span(text).first(10));
+  }
+  EXPECT_TRUE(SeamlyFilterProcessFolder(folder_ / L"many", nullptr, trust_, skipped));
+  EXPECT_EQ(SeamlyFilterRules().last, kMostRuleFiles - 1);
+  EXPECT_EQ(skipped.count, 1);
+  EXPECT_EQ(Count("there are too many files"), 1);
 }
 
 TEST_F(WindowFilter, ReadsRegistryValuesOfEveryTypeSizeAndName) {

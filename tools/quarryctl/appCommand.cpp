@@ -27,32 +27,32 @@ struct AppOptions {
 struct Description {
   ApplicationRecord application;
   std::optional<IconRecords> icons;
-  ExtensionRecord extensions;  ///< null when not asked for
+  ExtensionRecords extensions;  ///< null when not asked for
 };
 
 std::string FormatIcons(const IconRecords& icons) {
   std::vector<TableRow> rows = {{"ICON", "SIZE", "NAME", "FILE"}};
   for (const IconRecord& icon : icons) {
     const std::string number = std::to_string(rows.size() - 1);
-    if (icon == nullptr) {
+    if (!icon) {
       rows.push_back({number, "", "", "(could not be stored)"});
       continue;
     }
-    rows.push_back({number, std::to_string(icon->width) + 'x' + std::to_string(icon->height),
-                    Unicode_Utf8FromWide(icon->name), Unicode_Utf8FromWide(icon->path)});
+    rows.push_back({number, std::to_string(icon->Width()) + 'x' + std::to_string(icon->Height()),
+                    Unicode_Utf8FromWide(icon->Name().c_str()), Unicode_Utf8FromWide(icon->Path().c_str())});
   }
   return FormatTable(rows);
 }
 
 std::string FormatText(const Description& description) {
-  std::string text = FormatFields(JsonFrom(*description.application));
+  std::string text = FormatFields(JsonFrom(description.application->Record()));
   if (description.icons && !description.icons->empty()) text += '\n' + FormatIcons(*description.icons);
   if (description.extensions) text += '\n' + FormatExtensionTable(Items(description.extensions));
   return text;
 }
 
 Json JsonFromDescription(const Description& description) {
-  Json object = JsonFrom(*description.application);
+  Json object = JsonFrom(description.application->Record());
   if (description.icons) object["icons"] = JsonFrom(*description.icons);
   if (description.extensions) object["extensions"] = JsonFrom(Items(description.extensions));
   return object;
@@ -62,7 +62,7 @@ ExitStatus RunApp(const AppOptions& options, const CommandContext& context) {
   const std::unique_ptr<Session> session =
       Session::Open(context, {.fileTypes = options.extensions ? FileTypes::Read : FileTypes::Leave});
   if (!session) return kNothingFound;
-  const Library& library = session->GetLibrary();
+  Library& library = session->GetLibrary();
   Description description;
   // The library describes any path with a known extension; only its verification looks whether the file is there.
   if (library.VerifyApplication(options.path)) description.application = library.GetApplication(options.path);
@@ -70,8 +70,8 @@ ExitStatus RunApp(const AppOptions& options, const CommandContext& context) {
     return Refuse(context, "no application can be made from " + Unicode_Utf8FromWide(options.path) +
                                " (quarryctl verify says why)");
   }
-  if (options.icons) description.icons = library.GetIcons(*description.application);
-  if (options.extensions) description.extensions = library.GetExtensions(description.application->path);
+  if (options.icons) description.icons = GetIcons(library, description.application->Record());
+  if (options.extensions) description.extensions = library.GetExtensions(description.application->Path());
   context.out.Write(options.json ? FormatJson(JsonFromDescription(description)) : FormatText(description));
   return kDone;
 }

@@ -16,7 +16,6 @@ struct ApplicationWithIcons {
 };
 
 /// In the order of `applications`, which must outlive the result.
-std::vector<ApplicationWithIcons> WithIcons(std::span<const QuarryApplicationInfo> applications,
-                                            const Library& library);
+std::vector<ApplicationWithIcons> WithIcons(std::span<const QuarryApplicationInfo> applications, Library& library);
 
 }  // namespace quarryctl

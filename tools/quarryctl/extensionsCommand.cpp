@@ -19,20 +19,20 @@ struct ExtensionsOptions {
 };
 
 /// The registrations name programs by full paths, and only of an application does the library expand the path.
-std::wstring FullPath(const Library& library, const std::wstring& path) {
+std::wstring FullPath(Library& library, const std::wstring& path) {
   if (!path.starts_with(L'%')) return path;
   const ApplicationRecord application = library.GetApplication(path);
-  return application ? std::wstring(application->path) : path;
+  return application ? std::wstring(application->Path()) : path;
 }
 
 ExitStatus RunExtensions(const ExtensionsOptions& options, const CommandContext& context) {
   const std::unique_ptr<Session> session = Session::Open(context, {.fileTypes = FileTypes::Read});
   if (!session) return kNothingFound;
-  const Library& library = session->GetLibrary();
-  const ExtensionRecord record = library.GetExtensions(FullPath(library, options.path));
+  Library& library = session->GetLibrary();
+  const ExtensionRecords record = library.GetExtensions(FullPath(library, options.path));
   if (!record) return Refuse(context, "the library does not tell the types of " + Unicode_Utf8FromWide(options.path));
   context.out.Write(options.json ? FormatJson(JsonFrom(Items(record))) : FormatExtensionTable(Items(record)));
-  return record->count == 0 ? kNothingFound : kDone;
+  return record.empty() ? kNothingFound : kDone;
 }
 
 void BindExtensions(CLI::App& command, ExtensionsOptions& options) {

@@ -61,17 +61,17 @@ std::string UtcTime() {
 }
 
 /// False when the icon's file cannot be read.
-bool AddPicture(const QuarryIconInfo& icon, const Library& library, Json& pictures) {
-  const std::string name = Unicode_Utf8FromWide(icon.name);
+bool AddPicture(const quarry::Icon& icon, Library& library, Json& pictures) {
+  const std::string name = Unicode_Utf8FromWide(icon.Name().c_str());
   if (pictures.contains(name)) return true;
-  const std::string png = library.GetIconData(icon.name);
+  const IconData png = library.GetIconData(icon.Name());
   if (png.empty()) return false;
-  pictures[name] = Base64(png);
+  pictures[name] = Base64(Bytes(png));
   return true;
 }
 
 /// The applications in the form that the page's script reads. Each picture is there once, under its icon's name.
-Json PageData(std::span<const ApplicationWithIcons> applications, const Library& library) {
+Json PageData(std::span<const ApplicationWithIcons> applications, Library& library) {
   Json data = {
       {"host", HostName()}, {"time", UtcTime()}, {"pictures", Json::object()}, {"applications", Json::array()}};
   for (const ApplicationWithIcons& application : applications) {
@@ -80,8 +80,9 @@ Json PageData(std::span<const ApplicationWithIcons> applications, const Library&
     object.erase("iconCount");
     Json& icons = object["icons"] = Json::array();
     for (const IconRecord& icon : application.icons) {
-      if (icon == nullptr || !AddPicture(*icon, library, data["pictures"])) continue;
-      icons.push_back({{"name", Unicode_Utf8FromWide(icon->name)}, {"width", icon->width}, {"height", icon->height}});
+      if (!icon || !AddPicture(*icon, library, data["pictures"])) continue;
+      icons.push_back(
+          {{"name", Unicode_Utf8FromWide(icon->Name().c_str())}, {"width", icon->Width()}, {"height", icon->Height()}});
     }
     data["applications"].push_back(std::move(object));
   }
@@ -103,7 +104,7 @@ std::string ScriptText(const Json& data) {
 
 }  // namespace
 
-std::string FormatHtmlPage(std::span<const ApplicationWithIcons> applications, const Library& library) {
+std::string FormatHtmlPage(std::span<const ApplicationWithIcons> applications, Library& library) {
   std::string page(PageTemplate());
   const std::size_t place = page.find(kDataPlace);
   if (place == std::string::npos) throw std::runtime_error("this program's page has no place for the applications");

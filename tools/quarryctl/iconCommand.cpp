@@ -22,17 +22,17 @@ struct IconOptions {
 ExitStatus RunIcon(const IconOptions& options, const CommandContext& context) {
   const std::unique_ptr<Session> session = Session::Open(context);
   if (!session) return kNothingFound;
-  const Library& library = session->GetLibrary();
+  Library& library = session->GetLibrary();
   const std::wstring name = Unicode_WideFromUtf8(options.name);
   const IconRecord icon = library.GetIcon(name);
   if (!icon) {
     return Refuse(context, "the icon cache has no icon " + options.name + " (quarryctl app --icons shows the names)");
   }
   if (!options.outputPath.empty()) {
-    const std::string png = library.GetIconData(name);
-    return !png.empty() && WriteFileBytes(options.outputPath, png, context.err) ? kDone : kNothingFound;
+    const IconData png = library.GetIconData(name);
+    return !png.empty() && WriteFileBytes(options.outputPath, Bytes(png), context.err) ? kDone : kNothingFound;
   }
-  context.out.Write(options.json ? FormatJson(JsonFrom(*icon)) : FormatFields(JsonFrom(*icon)));
+  context.out.Write(options.json ? FormatJson(JsonFrom(icon)) : FormatFields(JsonFrom(icon)));
   return kDone;
 }
 

@@ -1,4 +1,4 @@
-#include "quarry/quarry.h"
+#include "quarry/quarry.hpp"
 
 #include "lib/unicode/unicode.h"
 
@@ -28,25 +28,23 @@ struct LaunchOptions {
   std::vector<std::string> commandLine;  // at most one; an empty text is one too
 };
 
-std::uint32_t FlagsOf(const LaunchOptions& options) {
-  return (options.reuse ? QUARRY_LAUNCH_REUSE_RUNNING : 0u) | (options.maximize ? QUARRY_LAUNCH_MAXIMIZE : 0u) |
-         (options.allowLocal ? QUARRY_LAUNCH_ALLOW_LOCAL_FILES : 0u) |
-         (options.track ? QUARRY_LAUNCH_TRACK_PROCESSES : 0u);
+quarry::LaunchRequest RequestOf(const LaunchOptions& options) {
+  using Kind = quarry::LaunchParameter::Kind;
+  quarry::LaunchRequest request;
+  request.path = options.path;
+  request.arguments = Unicode_WideFromUtf8(options.arguments);
+  request.workingDirectory = Unicode_WideFromUtf8(options.folder);
+  request.reusesRunning = options.reuse;
+  request.maximizes = options.maximize;
+  request.allowsLocalFiles = options.allowLocal;
+  request.tracksProcesses = options.track;
+  const std::pair<Kind, const std::vector<std::string>&> kinds[] = {
+      {Kind::File, options.files}, {Kind::Url, options.urls}, {Kind::CommandLine, options.commandLine}};
+  for (const auto& [kind, values] : kinds) {
+    for (const std::string& value : values) request.parameters.push_back({kind, Unicode_WideFromUtf8(value)});
+  }
+  return request;
 }
-
-/// Custom parameters with the text that they point to.
-struct Parameters {
-  std::vector<std::pair<const wchar_t*, std::wstring>> texts;
-
-  void Add(const wchar_t* type, const std::vector<std::string>& values) {
-    for (const std::string& value : values) texts.emplace_back(type, Unicode_WideFromUtf8(value));
-  }
-  std::vector<QuarryLaunchParameter> Records() const {
-    std::vector<QuarryLaunchParameter> records;
-    for (const auto& [type, value] : texts) records.push_back({type, value.c_str()});
-    return records;
-  }
-};
 
 std::string Describe(std::uint32_t result) {
   static constexpr std::array<const char*, 5> kMeanings = {
@@ -62,13 +60,7 @@ std::string Describe(std::uint32_t result) {
 ExitStatus RunLaunch(const LaunchOptions& options, const CommandContext& context) {
   const std::unique_ptr<Session> session = Session::Open(context);
   if (!session) return kNothingFound;
-  Parameters parameters;
-  parameters.Add(L"file-path", options.files);
-  parameters.Add(L"url", options.urls);
-  parameters.Add(L"appCommandLine", options.commandLine);
-  const std::uint32_t result =
-      session->GetLibrary().Launch(options.path, FlagsOf(options), Unicode_WideFromUtf8(options.arguments),
-                                   Unicode_WideFromUtf8(options.folder), parameters.Records());
+  const auto result = static_cast<std::uint32_t>(session->GetLibrary().Launch(RequestOf(options)));
   context.out.Write(Unicode_Utf8FromWide(options.path) + ": " + Describe(result) + '\n');
   return static_cast<ExitStatus>(result);
 }

@@ -19,22 +19,10 @@ std::wstring_view WithoutLineEnd(std::wstring_view message) {
 
 }  // namespace
 
-LogView* LogView::current_ = nullptr;
+LogView::LogView(Output& err, unsigned shownLevels) : err_(err), shownLevels_(shownLevels), progress_(err) {}
 
-LogView::LogView(Output& err, unsigned shownLevels) : err_(err), shownLevels_(shownLevels), progress_(err) {
-  current_ = this;
-}
-
-LogView::~LogView() {
-  progress_.Erase();
-  current_ = nullptr;
-}
-
-void LogView::Receive(std::uint32_t level, const wchar_t* message) noexcept {
-  if (current_ != nullptr && message != nullptr) current_->Add(level, WithoutLineEnd(message));
-}
-
-void LogView::Add(std::uint32_t level, std::wstring_view message) {
+void LogView::Receive(std::uint32_t level, std::wstring_view message) {
+  message = WithoutLineEnd(message);
   progress_.Observe(message);
   if (level < shownLevels_) {
     progress_.Erase();

@@ -11,18 +11,17 @@
 namespace quarryctl {
 
 /// The reader of the library's messages: shows them on the error stream, level by level as the administrator asks,
-/// feeds the progress line, and passes them on to who listens. Only one exists at a time.
+/// feeds the progress line, and passes them on to who listens. It outlives the library.
 class LogView {
  public:
   /// Shows the levels below `shownLevels` (0 shows nothing, 4 everything).
   LogView(Output& err, unsigned shownLevels);
-  ~LogView();
+  ~LogView() { progress_.Erase(); }
   LogView(const LogView&) = delete;
   LogView& operator=(const LogView&) = delete;
 
-  /// The callback for Quarry_Init. Does nothing while no LogView exists, so it may be called for as long as the
-  /// library is loaded.
-  static void Receive(std::uint32_t level, const wchar_t* message) noexcept;
+  /// Takes a message of the library.
+  void Receive(std::uint32_t level, std::wstring_view message);
 
   /// How many warnings were not shown.
   unsigned HiddenWarnings() const { return hiddenWarnings_; }
@@ -31,10 +30,6 @@ class LogView {
 
  private:
   friend class LogListener;
-
-  void Add(std::uint32_t level, std::wstring_view message);
-
-  static LogView* current_;
 
   Output& err_;
   unsigned shownLevels_;

@@ -1,3 +1,5 @@
+#include "quarry/quarry.h"
+
 #include "lib/misc/platformHandles.h"
 #include "lib/unicode/unicode.h"
 
@@ -23,6 +25,11 @@ constexpr const char* kFooter =
     "Without -v only errors of the library's log are shown on the error stream. -v adds warnings\n"
     "(what was skipped), -vv what happened to each file, -vvv all detail.\n"
     "Exit status: 0 done, 1 nothing found or refused, 2 usage.";
+
+std::string Version() {
+  return "quarryctl " + std::to_string(QUARRY_VERSION_MAJOR) + '.' + std::to_string(QUARRY_VERSION_MINOR) + '.' +
+         std::to_string(QUARRY_VERSION_PATCH);
+}
 
 // The run time's own arguments are in the process's code page, which cannot hold every path.
 std::vector<std::string> CommandLineArguments() {
@@ -51,6 +58,7 @@ ExitStatus Run(std::vector<std::string> arguments, CommandContext& context) {
   parser.fallthrough();
   // A slash begins a path here, not an option.
   parser.allow_windows_style_options(false);
+  parser.set_version_flag("--version", Version(), "Tell the version and exit");
   parser.add_flag("-v,--verbose", context.verbosity, "Show more of the library's log (up to -vvv)");
   Command chosen;
   AddCommands(CommandGroup(parser, chosen));

@@ -43,7 +43,7 @@ Json JsonFrom(const QuarryIconInfo& icon) {
           {"path", Unicode_Utf8FromWide(icon.path)}};
 }
 
-Json JsonFrom(const IconRecord& icon) { return icon ? JsonFrom(*icon) : Json(); }
+Json JsonFrom(const IconRecord& icon) { return icon ? JsonFrom(icon->Record()) : Json(); }
 
 Json JsonFrom(const QuarryExtensionEntry& extension) {
   return {{"name", Unicode_Utf8FromWide(extension.name)}, {"description", Unicode_Utf8FromWide(extension.description)}};

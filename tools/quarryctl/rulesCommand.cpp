@@ -78,7 +78,7 @@ struct CheckOptions {
 
 /// Whether the file could be read and there is nothing to say of it.
 bool CheckFile(const std::string& name, const CommandContext& context) {
-  RuleFileReader reader(AbsolutePath(Unicode_WideFromUtf8(name)));
+  RuleFileReader reader(OpenRuleFile(AbsolutePath(Unicode_WideFromUtf8(name))));
   if (!reader.IsOpen()) {
     WriteComplaint(context.err, "unable to open " + name);
     return false;

@@ -45,8 +45,8 @@ std::string FormatText(std::span<const QuarryApplicationInfo> applications) {
 }
 
 /// Writes the result in the form that was asked for; false when that failed.
-bool WriteResult(std::span<const QuarryApplicationInfo> applications, const ScanOptions& options,
-                 const Library& library, const CommandContext& context) {
+bool WriteResult(std::span<const QuarryApplicationInfo> applications, const ScanOptions& options, Library& library,
+                 const CommandContext& context) {
   if (options.json) {
     context.out.Write(FormatJson(JsonFrom(WithIcons(applications, library))));
     return true;
@@ -76,7 +76,7 @@ ExitStatus RunScan(const ScanOptions& options, const CommandContext& context) {
   const ApplicationRecords records = session->Scan(options.iniPath);
   const bool written = WriteResult(Items(records), options, session->GetLibrary(), context);
   PointToWarnings(session->GetLog(), context.err);
-  return records && written ? kDone : kNothingFound;
+  return !records.empty() && written ? kDone : kNothingFound;
 }
 
 void BindScan(CLI::App& command, ScanOptions& options) {

@@ -16,10 +16,10 @@ unsigned ShownLevels(const CommandContext& context, const SessionOptions& option
   return 1u + static_cast<unsigned>(std::clamp(context.verbosity, 0, 3));
 }
 
-std::string Describe(const OpenedLibrary& opened, const std::wstring& path) {
-  const std::string name = Unicode_Utf8FromWide(path);
-  if (opened.failure == OpenFailure::NotInitialised) return name + " could not be initialised";
-  return "cannot load " + name + ", error " + std::to_string(opened.platformError);
+std::string WhyClosed(const Library& library, const std::wstring& path) {
+  std::string text = "cannot load " + Unicode_Utf8FromWide(path) + ": " + quarry::Describe(library.Error());
+  if (library.PlatformError() != 0) text += ", error " + std::to_string(library.PlatformError());
+  return text;
 }
 
 }  // namespace
@@ -31,12 +31,14 @@ std::unique_ptr<Session> Session::Open(const CommandContext& context, const Sess
   std::unique_ptr<Session> session(new Session(context, options));
   // By its full path, so that nothing else can be loaded in its place.
   const std::wstring path = ProgramFolder() + L"\\quarry.dll";
-  OpenedLibrary opened = Library::Open(path, &LogView::Receive, options.fileTypes);
-  if (!opened.library) {
-    WriteComplaint(context.err, Describe(opened, path));
+  const auto receive = [&log = session->log_](quarry::LogLevel level, quarry::Text message) {
+    log.Receive(static_cast<std::uint32_t>(level), message);
+  };
+  session->library_.emplace(Library::Open(path, receive, options.fileTypes));
+  if (!*session->library_) {
+    WriteComplaint(context.err, WhyClosed(*session->library_, path));
     return nullptr;
   }
-  session->library_ = std::move(opened.library);
   return session;
 }
 

@@ -5,6 +5,7 @@
 #include "tools/quarryctl/logView.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace quarryctl {
@@ -25,14 +26,14 @@ class Session {
   /// Library::Scan behind a progress line.
   ApplicationRecords Scan(const std::wstring& iniPath);
 
-  const Library& GetLibrary() const { return *library_; }
+  Library& GetLibrary() { return *library_; }
   LogView& GetLog() { return log_; }
 
  private:
   Session(const CommandContext& context, const SessionOptions& options);
 
   LogView log_;  // sees the library go too
-  std::unique_ptr<Library> library_;
+  std::optional<Library> library_;
 };
 
 }  // namespace quarryctl

@@ -98,7 +98,7 @@ std::string Format(const WindowRecords& records, bool json) {
 }
 
 /// Writes the list again whenever it has changed.
-void Watch(const Library& library, std::string shown, const WindowsOptions& options, const CommandContext& context) {
+void Watch(Library& library, std::string shown, const WindowsOptions& options, const CommandContext& context) {
   const HANDLE end = EndOfWatch();
   while (end != nullptr && WaitForSingleObject(end, kWatchIntervalMs) == WAIT_TIMEOUT && !context.out.HasFailed()) {
     std::string now = Format(library.GetOpenWindows(), options.json);
@@ -117,7 +117,7 @@ ExitStatus RunWindows(const WindowsOptions& options, const CommandContext& conte
   const std::string list = Format(records, options.json);
   context.out.Write(list);
   if (options.watch) Watch(session->GetLibrary(), list, options, context);
-  return records || options.watch ? kDone : kNothingFound;
+  return !records.empty() || options.watch ? kDone : kNothingFound;
 }
 
 void BindWindows(CLI::App& command, WindowsOptions& options) {
