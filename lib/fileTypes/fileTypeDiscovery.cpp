@@ -4,7 +4,6 @@
 #include "lib/fileTypes/buildBudget.h"
 #include "lib/fileTypes/declaredTypes.h"
 #include "lib/fileTypes/fileTypeRecord.h"
-#include "lib/fileTypes/handlerPath.h"
 #include "lib/fileTypes/lookupCaches.h"
 #include "lib/fileTypes/lowerCase.h"
 #include "lib/fileTypes/registryText.h"
@@ -94,7 +93,6 @@ ApplicationTable FileByHandler(const FileTypeList& types) {
 
 void AppUtil_BuildGlobalApplicationList(std::uint32_t flags) {
   ClearOldCaches();
-  AppUtilForgetUnreachableServers();
   AppUtilFileTypeCaches().unresolvedNames.clear();
   const BuildBudget budget;
   FileTypeList types = EnumerateTypes(flags);

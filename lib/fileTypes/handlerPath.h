@@ -7,6 +7,3 @@
 /// registry's are written: with an unquoted program, whose path may hold spaces, and with environment variables.
 /// Nothing, with messages in the name of `function`, when there is no such program.
 std::optional<std::string> AppUtilHandlerPathOf(const std::wstring& commandLine, const char* function);
-
-/// Forgets which servers did not answer, so that they are asked again.
-void AppUtilForgetUnreachableServers();

@@ -13,8 +13,8 @@ std::optional<DWORD> AppUtilRegistryValueSize(HKEY key, const std::wstring& valu
 }
 
 std::optional<std::wstring> AppUtilReadRegistryTextOfSize(HKEY key, const std::wstring& valueName, DWORD size) {
-  // One unit more, so that half a unit at the end has room.
-  std::wstring text(size / sizeof(wchar_t) + 1, L'\0');
+  // Units more, so that half a unit at the end has room, and the end that Wine (8.0) writes behind a value of one byte.
+  std::wstring text(size / sizeof(wchar_t) + 2, L'\0');
   DWORD type = REG_NONE;
   if (RegQueryValueExW(key, valueName.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(text.data()), &size) !=
       ERROR_SUCCESS) {

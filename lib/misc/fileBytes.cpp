@@ -1,5 +1,7 @@
 #include "lib/misc/fileBytes.h"
 
+#include "lib/misc/remoteServers.h"
+
 #include <algorithm>
 
 namespace {
@@ -8,10 +10,13 @@ constexpr std::uint64_t kLargestWholeFile = std::uint64_t{256} << 20;
 
 // The server behind a pipe may learn who asks, but not act in that name (Microsoft Learn, "Impersonation Levels").
 UniqueFile OpenOnDisk(const std::wstring& path, DWORD shareMode, DWORD flags) {
-  UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ, shareMode, nullptr, OPEN_EXISTING,
-                              FILE_ATTRIBUTE_NORMAL | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION | flags,
-                              nullptr));
-  if (!file || GetFileType(file.get()) == FILE_TYPE_DISK) return file;
+  UniqueFile file;
+  const bool isOpen = RemoteServer_Access(path, [&] {
+    file.attach(CreateFileW(path.c_str(), GENERIC_READ, shareMode, nullptr, OPEN_EXISTING,
+                            FILE_ATTRIBUTE_NORMAL | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION | flags, nullptr));
+    return static_cast<bool>(file);
+  });
+  if (!isOpen || GetFileType(file.get()) == FILE_TYPE_DISK) return file;
   SetLastError(ERROR_BAD_DEV_TYPE);
   return {};
 }

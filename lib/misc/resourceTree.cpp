@@ -14,17 +14,37 @@
 namespace {
 
 constexpr std::uint32_t kHighBit = 0x80000000;
+constexpr std::uint32_t kPage = 0x1000;
 // More than any program has, and little enough to be walked at once: tables can name one another over and over.
 constexpr std::size_t kMostEntries = 200'000;
 
-template <typename T>
-std::optional<T> ReadAt(HANDLE file, std::uint64_t offset) {
-  const auto bytes = ReadFileAt(file, offset, sizeof(T));
-  T value{};
-  if (!bytes || bytes->size() < sizeof(T)) return std::nullopt;
-  std::memcpy(&value, bytes->data(), sizeof(T));
-  return value;
-}
+/// The start of a file, where nearly every program has all of its headers, and what is asked for behind it.
+class HeaderBytes {
+ public:
+  explicit HeaderBytes(HANDLE file)
+      : file_(file), front_(ReadFileAt(file, 0, kPage).value_or(std::vector<std::uint8_t>())) {}
+
+  /// Fewer bytes only when the file ends before.
+  std::vector<std::uint8_t> Read(std::uint64_t offset, std::size_t size) const {
+    if (offset <= front_.size() && size <= front_.size() - offset) {
+      const auto start = front_.begin() + static_cast<std::ptrdiff_t>(offset);
+      return {start, start + static_cast<std::ptrdiff_t>(size)};
+    }
+    return ReadFileAt(file_, offset, size).value_or(std::vector<std::uint8_t>());
+  }
+  template <typename T>
+  std::optional<T> At(std::uint64_t offset) const {
+    const std::vector<std::uint8_t> bytes = Read(offset, sizeof(T));
+    T value{};
+    if (bytes.size() < sizeof(T)) return std::nullopt;
+    std::memcpy(&value, bytes.data(), sizeof(T));
+    return value;
+  }
+
+ private:
+  HANDLE file_;
+  std::vector<std::uint8_t> front_;
+};
 
 /// The section's bytes from the root of the resources on, as far as the file has them; more of them are read when they
 /// are asked for.
@@ -34,7 +54,7 @@ class ResourceSection {
       : file_(file),
         start_(std::uint64_t{section.PointerToRawData} + (root - section.VirtualAddress)),
         root_(root),
-        size_(section.SizeOfRawData - std::min(root - section.VirtualAddress, section.SizeOfRawData)) {}
+        size_(MappedSize(section) - std::min<std::uint64_t>(root - section.VirtualAddress, MappedSize(section))) {}
 
   /// What lies at `offset` from the root; nothing when it reaches beyond.
   template <typename T>
@@ -55,6 +75,11 @@ class ResourceSection {
   }
 
  private:
+  /// The bytes of the file that are mapped: whole pages of the virtual size, where there is one.
+  static std::uint64_t MappedSize(const IMAGE_SECTION_HEADER& section) {
+    const std::uint64_t pages = (std::uint64_t{section.Misc.VirtualSize} + kPage - 1) / kPage * kPage;
+    return pages == 0 ? section.SizeOfRawData : std::min<std::uint64_t>(section.SizeOfRawData, pages);
+  }
   /// The tables stand at the front of nearly every section.
   void Read(std::size_t needed) {
     constexpr std::size_t kFront = std::size_t{64} << 10;
@@ -69,29 +94,65 @@ class ResourceSection {
   std::vector<std::uint8_t> bytes_;
 };
 
-std::optional<ResourceSection> FindResources(HANDLE file) {
-  const auto dos = ReadAt<IMAGE_DOS_HEADER>(file, 0);
+/// What is needed of a program's headers.
+struct Headers {
+  std::uint32_t resources;         ///< address of the root; 0 for none
+  std::uint32_t sectionAlignment;  ///< bytes
+  std::uint64_t firstSection;      ///< offset of its header
+  std::uint16_t sectionCount;
+};
+
+std::optional<Headers> ReadHeaders(const HeaderBytes& bytes) {
+  const auto dos = bytes.At<IMAGE_DOS_HEADER>(0);
   if (!dos || dos->e_magic != IMAGE_DOS_SIGNATURE) return std::nullopt;
   const auto start = static_cast<std::uint32_t>(dos->e_lfanew);
   // The two layouts of the optional header differ in where their directories stand.
-  const auto headers = ReadAt<IMAGE_NT_HEADERS64>(file, start);
-  const auto headers32 = ReadAt<IMAGE_NT_HEADERS32>(file, start);
+  const auto headers = bytes.At<IMAGE_NT_HEADERS64>(start);
+  const auto headers32 = bytes.At<IMAGE_NT_HEADERS32>(start);
   if (!headers || !headers32 || headers->Signature != IMAGE_NT_SIGNATURE) return std::nullopt;
   const bool is64 = headers->OptionalHeader.Magic == IMAGE_NT_OPTIONAL_HDR64_MAGIC;
-  const std::uint32_t root = (is64 ? headers->OptionalHeader.DataDirectory
-                                   : headers32->OptionalHeader.DataDirectory)[IMAGE_DIRECTORY_ENTRY_RESOURCE]
-                                 .VirtualAddress;
-  const std::uint64_t sections =
-      std::uint64_t{start} + offsetof(IMAGE_NT_HEADERS64, OptionalHeader) + headers->FileHeader.SizeOfOptionalHeader;
-  for (std::uint64_t index = 0; root != 0 && index < headers->FileHeader.NumberOfSections; ++index) {
-    const auto section = ReadAt<IMAGE_SECTION_HEADER>(file, sections + index * sizeof(IMAGE_SECTION_HEADER));
-    if (!section) break;
-    const std::uint32_t size = std::max<std::uint32_t>(section->Misc.VirtualSize, section->SizeOfRawData);
-    if (root >= section->VirtualAddress && root - section->VirtualAddress < size) {
-      return ResourceSection(file, *section, root);
-    }
-  }
-  return std::nullopt;
+  const IMAGE_DATA_DIRECTORY& directory =
+      (is64 ? headers->OptionalHeader.DataDirectory
+            : headers32->OptionalHeader.DataDirectory)[IMAGE_DIRECTORY_ENTRY_RESOURCE];
+  return Headers{
+      directory.VirtualAddress, headers->OptionalHeader.SectionAlignment,
+      std::uint64_t{start} + offsetof(IMAGE_NT_HEADERS64, OptionalHeader) + headers->FileHeader.SizeOfOptionalHeader,
+      headers->FileHeader.NumberOfSections};
+}
+
+std::vector<IMAGE_SECTION_HEADER> ReadSections(const HeaderBytes& bytes, const Headers& headers) {
+  std::vector<IMAGE_SECTION_HEADER> sections(headers.sectionCount);
+  const std::size_t size = sections.size() * sizeof(IMAGE_SECTION_HEADER);
+  const std::vector<std::uint8_t> table = bytes.Read(headers.firstSection, size);
+  if (table.size() < size) return {};
+  std::memcpy(sections.data(), table.data(), size);
+  return sections;
+}
+
+bool Holds(const IMAGE_SECTION_HEADER& section, std::uint32_t address) {
+  return address >= section.VirtualAddress &&
+         address - section.VirtualAddress < std::max<std::uint32_t>(section.Misc.VirtualSize, section.SizeOfRawData);
+}
+
+/// Whether what lies in the file is what the platform maps: it rounds the place in the file down, maps sections of
+/// less than a page as they lie in the file, and maps no more than the virtual size's pages.
+bool IsMappedAsItLies(const IMAGE_SECTION_HEADER& section, const Headers& headers) {
+  constexpr std::uint32_t kSector = 0x200;
+  if (headers.sectionAlignment < kPage) return section.PointerToRawData == section.VirtualAddress;
+  return section.PointerToRawData % kSector == 0 && section.VirtualAddress % kPage == 0;
+}
+
+/// The section that holds the root of the resources, and no other. Nothing when it is not where the platform sees it.
+std::optional<ResourceSection> FindResources(HANDLE file, const std::vector<IMAGE_SECTION_HEADER>& sections,
+                                             const Headers& headers) {
+  const auto holdsRoot = [&](const IMAGE_SECTION_HEADER& section) { return Holds(section, headers.resources); };
+  const auto found = std::find_if(sections.begin(), sections.end(), holdsRoot);
+  if (found == sections.end() || !IsMappedAsItLies(*found, headers)) return std::nullopt;
+  const bool isAlone = std::none_of(sections.begin(), sections.end(), [&](const IMAGE_SECTION_HEADER& section) {
+    return &section != &*found && (Holds(section, found->VirtualAddress) || Holds(*found, section.VirtualAddress));
+  });
+  if (!isAlone) return std::nullopt;
+  return ResourceSection(file, *found, headers.resources);
 }
 
 /// Walks the tables below one type: names, languages, places of content.
@@ -144,8 +205,11 @@ class TypeWalk {
 }  // namespace
 
 bool IsSoundResourceTree(HANDLE file, std::initializer_list<WORD> types) {
-  std::optional<ResourceSection> section = FindResources(file);
-  if (!section) return true;
+  const HeaderBytes bytes(file);
+  const std::optional<Headers> headers = ReadHeaders(bytes);
+  if (!headers || headers->resources == 0) return true;
+  std::optional<ResourceSection> section = FindResources(file, ReadSections(bytes, *headers), *headers);
+  if (!section) return false;
   return std::all_of(types.begin(), types.end(), [&](WORD type) {
     TypeWalk walk(*section, type);
     return walk.EachEntry(0, [&](const IMAGE_RESOURCE_DIRECTORY_ENTRY& entry) {

@@ -2,12 +2,12 @@
 
 namespace {
 
-TickSource currentSource = GetTickCount64;
+TickSource currentSource = nullptr;  // the system's
 
 }  // namespace
 
-std::uint64_t TickCount_Now() { return currentSource(); }
+std::uint64_t TickCount_Now() { return currentSource != nullptr ? currentSource() : GetTickCount64(); }
 
-std::uint32_t TickCount_Now32() { return static_cast<std::uint32_t>(currentSource()); }
+std::uint32_t TickCount_Now32() { return static_cast<std::uint32_t>(TickCount_Now()); }
 
-void TickCount_SetSource(TickSource source) noexcept { currentSource = source != nullptr ? source : GetTickCount64; }
+void TickCount_SetSource(TickSource source) noexcept { currentSource = source; }

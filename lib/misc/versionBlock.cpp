@@ -1,7 +1,7 @@
 #include "lib/misc/versionBlock.h"
 
-#include "lib/misc/fileBytes.h"
 #include "lib/misc/resourceTree.h"
+#include "lib/misc/sourceFile.h"
 #include "lib/string/str.h"
 
 #include <windows.h>
@@ -58,19 +58,18 @@ std::optional<std::wstring> VersionBlock::FirstLanguageCodePage() const {
 }
 
 VersionResource ReadVersionResource(const std::wstring& path) {
-  // Held until its resource is read. What cannot be opened the platform reports in its own way, but for what is no
-  // file.
-  const UniqueFile file = OpenDiskFile(path, FILE_SHARE_READ);
-  if (!file && GetLastError() == ERROR_BAD_DEV_TYPE) return {std::nullopt, VersionCall::Size, ERROR_BAD_DEV_TYPE};
-  if (file && !IsSoundResourceTree(file.get(), {LOWORD(RT_VERSION)})) {
+  // The version functions open the file once more, each: what they do not find as it was judged they must not get.
+  const SourceFile source = OpenSourceFile(path);
+  if (!source.file) return {std::nullopt, VersionCall::Size, GetLastError()};
+  if (!IsSoundResourceTree(source.file.get(), {LOWORD(RT_VERSION)})) {
     return {std::nullopt, VersionCall::Size, ERROR_RESOURCE_TYPE_NOT_FOUND};
   }
   DWORD ignored = 0;
-  const DWORD size = GetFileVersionInfoSizeW(path.c_str(), &ignored);
+  const DWORD size = GetFileVersionInfoSizeW(source.path.c_str(), &ignored);
   if (size == 0) return {std::nullopt, VersionCall::Size, GetLastError()};
   // A buffer that is smaller than the resource receives its beginning (Microsoft Learn, GetFileVersionInfoW).
   std::vector<std::uint8_t> resource(std::min<std::size_t>(size, VersionBlock::kLongestResource));
-  if (GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(resource.size()), resource.data()) == FALSE) {
+  if (GetFileVersionInfoW(source.path.c_str(), 0, static_cast<DWORD>(resource.size()), resource.data()) == FALSE) {
     return {std::nullopt, VersionCall::Content, GetLastError()};
   }
   return {VersionBlock(resource)};

@@ -7,6 +7,7 @@
 #include "quarry/paths/expandPath.h"
 
 #include "lib/misc/platformHandles.h"
+#include "lib/misc/remoteServers.h"
 
 #include <shellapi.h>
 #include <shlobj.h>
@@ -42,6 +43,16 @@ std::optional<std::wstring> ShellDisplayName(const std::wstring& path) {
   SHFILEINFOW info{};
   if (SHGetFileInfoW(path.c_str(), 0, &info, sizeof(info), SHGFI_DISPLAYNAME) == 0) return std::nullopt;
   return info.szDisplayName;
+}
+
+/// Where the loaded link says that its target is, whatever is there.
+std::wstring RawTargetOf(IShellLinkW& link) {
+  wchar_t path[MAX_PATH] = {};
+  return SUCCEEDED(link.GetPath(path, MAX_PATH, nullptr, SLGP_RAWPATH)) ? std::wstring(path) : std::wstring();
+}
+
+bool Resolve(IShellLinkW& link) {
+  return RemoteServer_Access(RawTargetOf(link), [&] { return link.Resolve(nullptr, kResolveFlags) == S_OK; });
 }
 
 /// The file that the loaded link leads to; nothing, with a message, when it leads to no file.
@@ -84,7 +95,7 @@ bool Shortcut::ResolveLinkAttributes(bool wantsIcons) {
     return false;
   }
   IShellLinkW& link = com.Get()->ShellLink();
-  if (link.Resolve(nullptr, kResolveFlags) != S_OK) {
+  if (!Resolve(link)) {
     Log(LogLevel::Warning, L"\"%s\": target unresolvable\n", path.c_str());
     return false;
   }

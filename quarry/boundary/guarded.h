@@ -2,6 +2,8 @@
 
 #include "quarry/diagnostics/log.h"
 
+#include "lib/misc/remoteServers.h"
+
 #include <exception>
 #include <type_traits>
 
@@ -18,9 +20,10 @@ inline void LogRaised(const char* exportName, const char* what) noexcept {
 }
 
 /// Runs the body of the export `exportName` (its __func__) and lets no error pass the C boundary: one raised inside is
-/// logged and becomes `fallback`.
+/// logged and becomes `fallback`. Servers that did not answer are asked again.
 template <typename Result, typename Body>
 Result Guarded(const char* exportName, Result fallback, Body body) noexcept {
+  RemoteServer_Forget();
   try {
     return body();
   } catch (const std::exception& error) {

@@ -6,6 +6,7 @@
 
 #include "lib/misc/platformHandles.h"
 
+#include <algorithm>
 #include <cstring>
 #include <cwchar>
 #include <vector>
@@ -48,7 +49,9 @@ LSTATUS ReadValue(const std::wstring& keyPath, const std::wstring& valueName, DW
     return ERROR_INVALID_DATA;
   }
 
-  data.resize(size);
+  // Wine (8.0) ends a text behind its data and computes for a value of one byte that there is room for that.
+  constexpr DWORD kSmallestBuffer = 4;
+  data.resize(std::max(size, kSmallestBuffer));
   status = RegQueryValueExW(key.get(), valueName.c_str(), nullptr, &type, data.data(), &size);
   // The value can have been replaced between the two queries, and a number can be stored with any length.
   const bool damaged =

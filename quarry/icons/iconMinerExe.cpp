@@ -5,32 +5,39 @@
 #include "quarry/icons/imageHeader.h"
 #include "quarry/icons/mappedResource.h"
 
-#include "lib/misc/fileBytes.h"
 #include "lib/misc/resourceTree.h"
-
-#include <shlwapi.h>
 
 namespace quarry {
 
 namespace {
 
+using Bytes = std::vector<std::uint8_t>;
+
+// Many times what a picture of the longest side that is taken needs.
+constexpr std::size_t kLargestImage = std::size_t{64} << 20;
+
 std::uint64_t SizeFrom(std::uint8_t byte) { return byte == 0 ? 256 : byte; }
 
-/// As data. Null, with the platform's error, when there is no such file on a disk.
-HMODULE LoadAsData(const std::wstring& path, UniqueFile& source) {
-  // A name without a folder is searched for by the platform, in the system's folders first.
-  if (PathIsRelativeW(path.c_str()) == FALSE) {
-    source = OpenDiskFile(path, FILE_SHARE_READ);
-    if (!source) return nullptr;
-  }
-  return LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
+constexpr std::size_t DirectorySize(int count) {
+  return sizeof(IconDirectoryHeader) + sizeof(GroupEntry) * static_cast<std::size_t>(count);
+}
+
+/// As much of the directory as there is, for all the entries that it claims.
+Bytes CopyDirectory(HMODULE module, HRSRC resource) {
+  constexpr int kUsually = 64;
+  Bytes bytes = CopyResourceStart(module, resource, DirectorySize(kUsually));
+  const int count = IconDirectory<GroupEntry>(bytes).ClaimedCount();
+  return count <= kUsually ? bytes : CopyResourceStart(module, resource, DirectorySize(count));
 }
 
 }  // namespace
 
 bool IconMinerExe::Init(const std::wstring& path, std::int32_t index) {
   index_ = index;
-  const HMODULE module = LoadAsData(path, source_);
+  source_ = OpenSourceFile(path);
+  const HMODULE module = source_.file ? LoadLibraryExW(source_.path.c_str(), nullptr,
+                                                       LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE)
+                                      : nullptr;
   // A file that cannot be loaded gives null (Microsoft Learn, LoadLibraryExW), which goes on to the message about the
   // missing resource that administrators know. No module has this value; were it given, it must not be read.
   if (module == INVALID_HANDLE_VALUE) {
@@ -40,7 +47,8 @@ bool IconMinerExe::Init(const std::wstring& path, std::int32_t index) {
   module_.attach(module);
 
   const HRSRC resource = FindGroup();
-  if (resource != nullptr) group_ = IconDirectory<GroupEntry>(MappedBytesOf(module, resource));
+  if (resource != nullptr) groupBytes_ = CopyDirectory(module, resource);
+  group_ = IconDirectory<GroupEntry>(groupBytes_);
   if (resource != nullptr && !group_.HasHeader()) SetLastError(ERROR_INVALID_DATA);
   if (!group_.HasHeader()) {
     Log(LogLevel::Error, L"Failed to find RT_GROUP_ICON resource in %s, error = %d\n", path.c_str(), GetLastError());
@@ -60,7 +68,7 @@ bool IconMinerExe::Init(const std::wstring& path, std::int32_t index) {
 
 HRSRC IconMinerExe::FindGroup() const {
   const auto types = {LOWORD(RT_GROUP_ICON), LOWORD(RT_ICON)};
-  if (source_ && !IsSoundResourceTree(source_.get(), types)) {
+  if (source_.file && !IsSoundResourceTree(source_.file.get(), types)) {
     SetLastError(ERROR_RESOURCE_TYPE_NOT_FOUND);
     return nullptr;
   }
@@ -72,25 +80,30 @@ UniqueIcon IconMinerExe::LoadIconOf(const MinedIcon& icon) const {
   if (!CheckInitialized()) return {};
   const auto width = static_cast<int>(icon.width);
   const auto height = static_cast<int>(icon.height);
-  if (!CanBeLoaded(width, height)) {
-    SetLastError(ERROR_INVALID_DATA);
-    return {};
+  if (!module_) {
+    const GroupIconName name(nullptr, index_);
+    return UniqueIcon(static_cast<HICON>(LoadImageW(nullptr, name.Get(), IMAGE_ICON, width, height, 0)));
   }
-  const GroupIconName name(module_.get(), index_);
-  return UniqueIcon(static_cast<HICON>(LoadImageW(module_.get(), name.Get(), IMAGE_ICON, width, height, 0)));
+  Bytes image = CopyImage(width, height);
+  if (image.empty()) return {};
+  constexpr DWORD kVersion = 0x00030000;  // the only one that there is
+  return UniqueIcon(CreateIconFromResourceEx(image.data(), static_cast<DWORD>(image.size()), TRUE, kVersion, width,
+                                             height, LR_DEFAULTCOLOR));
 }
 
-// LoadImageW believes the group's count and what the image tells of itself. It picks the image as
-// LookupIconIdFromDirectoryEx does (Microsoft Learn), so what it is going to read can be looked at first. What it does
-// not find it reports by itself.
-bool IconMinerExe::CanBeLoaded(int width, int height) const {
-  if (group_.WholeCount() < group_.ClaimedCount()) return false;
-  auto* const directory = const_cast<BYTE*>(group_.Bytes().data());
-  const int id = LookupIconIdFromDirectoryEx(directory, TRUE, width, height, LR_DEFAULTCOLOR);
-  const HRSRC image = id != 0 ? FindResourceW(module_.get(), MAKEINTRESOURCEW(id), RT_ICON) : nullptr;
-  if (image == nullptr) return true;
-  const std::span<const std::uint8_t> bytes = WholeResource(module_.get(), image);
-  return IsPlausibleImage(bytes, bytes.size());
+// LookupIconIdFromDirectoryEx believes the directory's count, and CreateIconFromResourceEx what the image tells of
+// itself. They pick and make the icon as LoadImageW does (Microsoft Learn, "Using Icons").
+std::vector<std::uint8_t> IconMinerExe::CopyImage(int width, int height) const {
+  if (group_.WholeCount() == group_.ClaimedCount()) {
+    auto* const directory = const_cast<BYTE*>(groupBytes_.data());
+    const int id = LookupIconIdFromDirectoryEx(directory, TRUE, width, height, LR_DEFAULTCOLOR);
+    const HRSRC resource = FindResourceW(module_.get(), MAKEINTRESOURCEW(id), RT_ICON);
+    if (resource == nullptr) return {};
+    Bytes image = CopyResource(module_.get(), resource, kLargestImage);
+    if (IsPlausibleImage(image, image.size())) return image;
+  }
+  SetLastError(ERROR_INVALID_DATA);
+  return {};
 }
 
 }  // namespace quarry

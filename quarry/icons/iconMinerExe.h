@@ -4,11 +4,17 @@
 #include "quarry/icons/iconMiner.h"
 
 #include "lib/misc/platformHandles.h"
+#include "lib/misc/sourceFile.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
 
 namespace quarry {
 
-/// Mines one icon group of a program or DLL, which it keeps mapped as data. The files are hostile until proven
-/// otherwise: nothing outside of the mapping is read, whatever counts and sizes the file claims.
+/// Mines one icon group of a program or DLL, which it keeps open and mapped as data. The files are hostile until proven
+/// otherwise: nothing outside of the mapping is read, whatever counts and sizes the file claims, and what is judged is
+/// copied before.
 ///
 /// A file that cannot be mapped leaves no module, which the platform takes for this process's own program when it lists
 /// icons and for itself when it loads one (Microsoft Learn, FindResourceW and LoadImageW): such a file has at most the
@@ -22,12 +28,14 @@ class IconMinerExe : public IconMiner {
  private:
   /// Null, with the platform's error, when there is none.
   HRSRC FindGroup() const;
-  bool CanBeLoaded(int width, int height) const;
+  /// The image that comes closest to the size. Empty, with the error, when there is none or it lies.
+  std::vector<std::uint8_t> CopyImage(int width, int height) const;
 
   std::int32_t index_ = 0;
-  UniqueFile source_;  // held while it is mined, so that it stays what it was when it was judged
+  SourceFile source_;
   UniqueModule module_;
-  IconDirectory<GroupEntry> group_;  // inside the mapping of module_
+  std::vector<std::uint8_t> groupBytes_;
+  IconDirectory<GroupEntry> group_;  // inside groupBytes_
   ObjectCount count_{"IconMinerExe"};
 };
 

@@ -49,12 +49,12 @@ bool CanBeLoaded(HANDLE file, const MinedIcon& icon) {
 }  // namespace
 
 bool IconMinerIco::Init(const std::wstring& path, std::int32_t /*index*/) {
-  const UniqueFile file = OpenDiskFile(path, FILE_SHARE_READ);
-  if (!file) {
+  file_ = OpenDiskFile(path, FILE_SHARE_READ);
+  if (!file_) {
     Log(LogLevel::Error, L"Failed to load file, error %d\n", GetLastError());
     return false;
   }
-  const std::optional<Bytes> bytes = ReadDirectory(file.get());
+  const std::optional<Bytes> bytes = ReadDirectory(file_.get());
   if (!bytes || bytes->size() < sizeof(IconDirectoryHeader) + sizeof(IcoEntry)) {
     Log(LogLevel::Error, L"Failed to read icon directory from %s, error = %d\n", path.c_str(), GetLastError());
     return false;
@@ -83,10 +83,7 @@ bool IconMinerIco::Init(const std::wstring& path, std::int32_t /*index*/) {
 
 UniqueIcon IconMinerIco::LoadIconOf(const MinedIcon& icon) const {
   if (!CheckInitialized()) return {};
-  // As long as the file is held open, what was looked at is what is loaded.
-  const UniqueFile file = OpenDiskFile(path_, FILE_SHARE_READ);
-  if (!file) return {};
-  if (!CanBeLoaded(file.get(), icon)) {
+  if (!CanBeLoaded(file_.get(), icon)) {
     SetLastError(ERROR_INVALID_DATA);
     return {};
   }

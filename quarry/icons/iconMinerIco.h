@@ -2,6 +2,11 @@
 
 #include "quarry/icons/iconMiner.h"
 
+#include "lib/misc/platformHandles.h"
+
+#include <cstdint>
+#include <string>
+
 namespace quarry {
 
 /// Mines an ICO file. A width or height byte of 0, which stands for 256 there, is listed as 0.
@@ -12,6 +17,7 @@ class IconMinerIco : public IconMiner {
 
  private:
   std::wstring path_;
+  UniqueFile file_;  // held, so that what was looked at is what is loaded
   ObjectCount count_{"IconMinerIco"};
 };
 

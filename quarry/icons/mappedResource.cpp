@@ -1,6 +1,8 @@
 #include "quarry/icons/mappedResource.h"
 
+#include <algorithm>
 #include <optional>
+#include <span>
 
 namespace quarry {
 
@@ -39,8 +41,6 @@ bool AreInOneMapping(const void* left, const void* right) {
   return leftRegion && rightRegion && leftRegion->AllocationBase == rightRegion->AllocationBase;
 }
 
-}  // namespace
-
 // A resource's handle is the address of its entry in the module's tables (PE Format, "Resource Data Entry"). The
 // platform reads the entry and adds the offset in it without looking where either leads. The mapping is the entry's and
 // not the module's: the system's own modules keep their icons in files beside them.
@@ -52,11 +52,27 @@ std::span<const std::uint8_t> MappedBytesOf(HMODULE module, HRSRC resource) {
   return MappedFrom(bytes);
 }
 
-std::span<const std::uint8_t> WholeResource(HMODULE module, HRSRC resource) {
-  const std::span<const std::uint8_t> bytes = MappedBytesOf(module, resource);
-  if (bytes.empty()) return {};
+/// Through the system, for which a page that cannot be read is a failure and no exception (Microsoft Learn,
+/// ReadProcessMemory).
+std::vector<std::uint8_t> Copy(std::span<const std::uint8_t> mapped) {
+  std::vector<std::uint8_t> bytes(mapped.size());
+  SIZE_T count = 0;
+  const BOOL isRead = ReadProcessMemory(GetCurrentProcess(), mapped.data(), bytes.data(), bytes.size(), &count);
+  return isRead != FALSE && count == bytes.size() ? bytes : std::vector<std::uint8_t>();
+}
+
+}  // namespace
+
+std::vector<std::uint8_t> CopyResourceStart(HMODULE module, HRSRC resource, std::size_t limit) {
+  const std::span<const std::uint8_t> mapped = MappedBytesOf(module, resource);
+  return Copy(mapped.first(std::min(mapped.size(), limit)));
+}
+
+std::vector<std::uint8_t> CopyResource(HMODULE module, HRSRC resource, std::size_t limit) {
+  const std::span<const std::uint8_t> mapped = MappedBytesOf(module, resource);
+  if (mapped.empty()) return {};
   const DWORD size = SizeofResource(module, resource);
-  return size <= bytes.size() ? bytes.first(size) : std::span<const std::uint8_t>();
+  return size <= std::min(mapped.size(), limit) ? Copy(mapped.first(size)) : std::vector<std::uint8_t>();
 }
 
 }  // namespace quarry

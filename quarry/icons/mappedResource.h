@@ -2,16 +2,21 @@
 
 #include <windows.h>
 
+#include <cstddef>
 #include <cstdint>
-#include <span>
+#include <vector>
+
+// Resources of modules that were loaded as data, copied: a mapping of a file whose server stops answering, or that is
+// cut, faults when it is read, and what has been judged must not change afterwards.
 
 namespace quarry {
 
-/// The bytes of a resource of a module that was loaded as data, from its start to the end of the mapping that it lies
-/// in: the size that the module gives it is not looked at. Empty when the module's tables lead outside of the mapping.
-std::span<const std::uint8_t> MappedBytesOf(HMODULE module, HRSRC resource);
+/// The beginning of a resource, at most `limit` bytes and no more than its mapping has: the size that the module gives
+/// the resource is not looked at. Empty when the module's tables lead outside of the mapping or it cannot be read.
+std::vector<std::uint8_t> CopyResourceStart(HMODULE module, HRSRC resource, std::size_t limit);
 
-/// The bytes that the module gives to the resource. Empty when not all of them lie inside the mapping.
-std::span<const std::uint8_t> WholeResource(HMODULE module, HRSRC resource);
+/// The bytes that the module gives to the resource. Empty when not all of them lie inside the mapping, when they are
+/// more than `limit` and when they cannot be read.
+std::vector<std::uint8_t> CopyResource(HMODULE module, HRSRC resource, std::size_t limit);
 
 }  // namespace quarry

@@ -209,6 +209,17 @@ TEST_F(Icons, FilesAreReadByTheirKindAndTheirDirectory) {
     EXPECT_TRUE(HasLine(line));
     EXPECT_EQ(HasLine(L"No IconMiner, therefore no icons for " + path), sizes.empty());
   }
+  // The platform looks for a library behind a name without extension, and along the search path without a folder.
+  folder_.CopyFrom(L"plain.dll", folder_ / L"panel.cpl");
+  EXPECT_EQ(SizesOf(host, Link(folder_ / L"plain")), (Sizes{{16, 16}, {24, 24}}));
+  Bytes damaged = ReadWholeFile(folder_ / L"plain.dll").value_or(Bytes());
+  std::memset(damaged.data() + damaged[0x3C] + 24 + 112 + 16, 0x7F, 4);  // the place of the resources
+  folder_.WriteBytes(L"quarryDamaged.dll", damaged);
+  const std::wstring searchPath = _wgetenv(L"PATH");
+  SetEnvironmentVariableW(L"PATH", folder_.Path().c_str());
+  EXPECT_THAT(SizesOf(host, Link(L"quarryDamaged.dll")), IsEmpty());
+  SetEnvironmentVariableW(L"PATH", searchPath.c_str());
+  EXPECT_TRUE(HasLine(L"RT_GROUP_ICON resource in quarryDamaged.dll, error = 1813\n"));
   EXPECT_THAT(SizesOf(host, Link(folder_ / L"gone.ico")), IsEmpty());
   EXPECT_EQ(HostLog::Count(0, L"Failed to load file, error 2\n"), 1u);
 }
@@ -266,6 +277,58 @@ TEST_F(Icons, AnIconThatIsAPipeIsRefused) {
     ASSERT_TRUE(pipe);
     EXPECT_THAT(SizesOf(host, Link(name)), IsEmpty());
     EXPECT_TRUE(HasLine(line));
+  }
+}
+
+std::size_t g_opened = 0;  // files of the server that is down
+ULONGLONG g_clock = 0;
+
+TEST_F(Icons, AServerThatDoesNotAnswerIsAskedOnceInACall) {
+  const HMODULE library = Library::Instance().Module();
+  const ReplacedImport clock(
+      library, "KERNEL32.dll", "GetTickCount64", +[]() -> ULONGLONG { return g_clock += 2000; });
+  const ReplacedImport open(
+      library, "KERNEL32.dll", "CreateFileW",
+      +[](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD creation, DWORD flags,
+          HANDLE pattern) -> HANDLE {
+        g_opened += std::wstring_view(path).starts_with(L"\\\\quarry.invalid\\") ? 1 : 0;
+        return CreateFileW(path, access, share, security, creation, flags, pattern);
+      });
+  const ReplacedImport version(
+      library, "VERSION.dll", "GetFileVersionInfoSizeW", +[](LPCWSTR path, LPDWORD /*unused*/) -> DWORD {
+        ADD_FAILURE() << fs::path(path);
+        return 0;
+      });
+  const QuarryHost host;
+  for (std::size_t call = 1; call <= 2; ++call) {
+    EXPECT_THAT(SizesOf(host, L"\\\\quarry.invalid\\share\\a.exe"), IsEmpty());
+    EXPECT_EQ(g_opened, call);
+    EXPECT_TRUE(HasLine(L"Failed to find RT_GROUP_ICON resource in \\\\quarry.invalid\\share\\a.exe, error = 18"));
+  }
+}
+
+std::wstring g_source;       // what is being mined
+int g_readsUntilFailed = 0;  // of the mapping
+
+TEST_F(Icons, AProgramIsHeldWhileItIsMinedAndMayFailToBeRead) {
+  g_source = Program(L"held", {MakeImage(16, 16, 32), MakeImage(24, 24, 32)});
+  const ReplacedImport unread(
+      Library::Instance().Module(), "KERNEL32.dll", "ReadProcessMemory",
+      +[](HANDLE process, LPCVOID from, LPVOID into, SIZE_T size, SIZE_T* count) -> BOOL {
+        const UniqueFile writer(CreateFileW(g_source.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                            nullptr, OPEN_EXISTING, 0, nullptr));
+        EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
+        return g_readsUntilFailed-- != 0 ? ReadProcessMemory(process, from, into, size, count) : FALSE;
+      });
+  const std::pair<Sizes, std::wstring> kReads[] = {{{}, L"RT_GROUP_ICON resource in " + g_source + L", error = 13\n"},
+                                                   {{{24, 24}}, L"Failed to load 16x16 icon, error = 13\n"},
+                                                   {{{16, 16}}, L"Failed to load 24x24 icon, error = 13\n"},
+                                                   {{{16, 16}, {24, 24}}, L"Miner found 2 icons\n"}};
+  const QuarryHost host;
+  for (int reads = 0; const auto& [sizes, line] : kReads) {
+    g_readsUntilFailed = reads++;
+    EXPECT_EQ(SizesOf(host, g_source), sizes);
+    EXPECT_TRUE(HasLine(line)) << reads;
   }
 }
 

@@ -1,6 +1,7 @@
 // Scans with configured filters and with INI files: settings, definitions, order, messages, folders that cause trouble.
 
 #include "tests/support/hostTest.h"
+#include "tests/support/importTable.h"
 
 #include <knownfolders.h>
 #include <shlobj.h>
@@ -153,6 +154,15 @@ TEST_F(ScanTest, SettingOfAnotherTypeIsReportedAndCountsAsAbsent) {
     settings_.SetRaw(L"", L"MaxScanDepth", REG_SZ, text);
     EXPECT_THAT(Scan(), ElementsAre(L"top.bat")) << text.size();
   }
+  // Half a character is none, and Wine writes three bytes for a value of one.
+  const ReplacedImport read(
+      Library::Instance().Module(), "ADVAPI32.dll", "RegQueryValueExW",
+      +[](HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data, LPDWORD size) -> LSTATUS {
+        EXPECT_TRUE(data == nullptr || *size != 1 || _msize(data) >= 4);
+        return RegQueryValueExW(key, name, reserved, type, data, size);
+      });
+  settings_.SetRaw(L"", L"MaxScanDepth", REG_SZ, Bytes{'1'});
+  EXPECT_THAT(Scan(), IsEmpty());
 }
 
 TEST_F(ScanTest, ReparsePointsAreReportedAndEnteredOnlyWhenAllowed) {

@@ -118,9 +118,10 @@ TEST(ResourceTree, IsSoundWhenItsTablesStayInTheirSection) {
     std::memcpy(&value, whole.data() + offset, sizeof(value));
     return value;
   };
-  const std::string name = ".rsrc";
-  const auto header =
-      static_cast<std::size_t>(std::search(whole.begin(), whole.end(), name.begin(), name.end()) - whole.begin());
+  const auto headerOf = [&](const std::string& name) {
+    return static_cast<std::size_t>(std::search(whole.begin(), whole.end(), name.begin(), name.end()) - whole.begin());
+  };
+  const std::size_t header = headerOf(".rsrc");
   const std::size_t root = number(header + 20);
   std::size_t type = root + 16;  // its entry in the root
   while (number(type) != LOWORD(RT_VERSION)) type += 8;
@@ -139,6 +140,28 @@ TEST(ResourceTree, IsSoundWhenItsTablesStayInTheirSection) {
     Bytes damaged = whole;
     std::memcpy(damaged.data() + offset, &value, sizeof(value));
     EXPECT_FALSE(isSound(damaged)) << offset - root;
+  }
+  // What the platform maps there is not what lies there, or nothing.
+  constexpr std::uint32_t kShift = 16;  // the tables are whole, but not where a sector begins
+  Bytes larger = whole;
+  larger.insert(larger.begin() + static_cast<std::ptrdiff_t>(root), kShift, 0);
+  larger.resize(root + 0x3000);
+  const std::size_t directory = number(0x3C) + 24 + 112 + std::size_t{8} * IMAGE_DIRECTORY_ENTRY_RESOURCE;
+  const auto place = static_cast<std::uint32_t>(root);
+  const struct {
+    std::vector<std::pair<std::size_t, std::uint32_t>> fields;
+    bool sound;
+  } kHeaders[] = {{{{directory, 0}}, true},
+                  {{{directory, 0x7FFFFFF0}}, false},
+                  {{{header + 20, place + kShift}}, false},
+                  {{{header + 16, 0x3000}, {header + 8, 0x3000}, {directory, number(header + 12) + 0x2000}}, true},
+                  {{{header + 16, 0x3000}, {header + 8, 0x1001}, {directory, number(header + 12) + 0x2000}}, false},
+                  {{{headerOf(".reloc") + 12, number(header + 12)}, {directory, number(header + 12) + kShift}}, false},
+                  {{{directory, number(header + 12) + kShift}}, true}};
+  for (const auto& [fields, sound] : kHeaders) {
+    Bytes damaged = larger;
+    for (const auto& [offset, value] : fields) std::memcpy(damaged.data() + offset, &value, sizeof(value));
+    EXPECT_EQ(isSound(damaged), sound) << fields[0].first << ' ' << fields[0].second;
   }
 }
 

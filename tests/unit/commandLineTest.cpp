@@ -3,6 +3,7 @@
 #include "lib/fileTypes/fileTypeRecord.h"
 #include "lib/fileTypes/handlerPath.h"
 #include "lib/fileTypes/lowerCase.h"
+#include "lib/misc/remoteServers.h"
 
 #include "tests/unit/allocationLimit.h"
 #include "tests/unit/fileTypesFixture.h"
@@ -100,12 +101,12 @@ TEST_F(CommandLine, IsRememberedAsItIsWritten) {
   EXPECT_FALSE(Add(program + L" %1"));
 }
 
-TEST_F(CommandLine, AsksAServerThatIsSlowToFailOnceInABuild) {
+TEST_F(CommandLine, AsksAServerThatIsSlowToFailOnceUntilItIsForgotten) {
   const std::wstring path = L"quarrytestdead\\share\\App.exe";
   const std::wstring ways[] = {L"\\\\" + path, L"//QUARRYTESTDEAD/share/App.exe", L"\\\\?\\UNC\\" + path,
                                L"\\\\.\\unc\\" + path};
   for (const std::wstring& slow : ways) {
-    AppUtil_BuildGlobalApplicationList(0);
+    RemoteServer_Forget();
     step = 1999;
     EXPECT_TRUE(IsAsked(slow));
     step = 2000;
