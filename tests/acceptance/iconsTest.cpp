@@ -280,6 +280,7 @@ TEST_F(Icons, AnIconThatIsAPipeIsRefused) {
   }
 }
 
+constexpr wchar_t kDeadServer[] = L"\\\\quarry.invalid\\";
 std::size_t g_opened = 0;  // files of the server that is down
 ULONGLONG g_clock = 0;
 
@@ -291,13 +292,13 @@ TEST_F(Icons, AServerThatDoesNotAnswerIsAskedOnceInACall) {
       library, "KERNEL32.dll", "CreateFileW",
       +[](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD creation, DWORD flags,
           HANDLE pattern) -> HANDLE {
-        g_opened += std::wstring_view(path).starts_with(L"\\\\quarry.invalid\\") ? 1 : 0;
+        g_opened += std::wstring_view(path).starts_with(kDeadServer) ? 1 : 0;
         return CreateFileW(path, access, share, security, creation, flags, pattern);
       });
   const ReplacedImport version(
-      library, "VERSION.dll", "GetFileVersionInfoSizeW", +[](LPCWSTR path, LPDWORD /*unused*/) -> DWORD {
-        ADD_FAILURE() << fs::path(path);
-        return 0;
+      library, "VERSION.dll", "GetFileVersionInfoSizeW", +[](LPCWSTR path, LPDWORD handle) -> DWORD {
+        EXPECT_FALSE(std::wstring_view(path).starts_with(kDeadServer));
+        return GetFileVersionInfoSizeW(path, handle);
       });
   const QuarryHost host;
   for (std::size_t call = 1; call <= 2; ++call) {
@@ -305,20 +306,33 @@ TEST_F(Icons, AServerThatDoesNotAnswerIsAskedOnceInACall) {
     EXPECT_EQ(g_opened, call);
     EXPECT_TRUE(HasLine(L"Failed to find RT_GROUP_ICON resource in \\\\quarry.invalid\\share\\a.exe, error = 18"));
   }
+  folder_.WriteLink(L"menu\\1.lnk", target_, {.iconLocation = L"\\\\quarry.invalid\\share\\a.ico"});
+  folder_.WriteLink(L"menu\\2.lnk", L"\\\\quarry.invalid\\share\\a.exe");
+  host.Scan(folder_.WriteText(L"menu.ini", L"[A]\r\nRoot=" + (folder_ / L"menu") + L"\r\nIncludes=*.lnk\r\n"));
+  EXPECT_EQ(HostLog::CountHolding(L"2.lnk\": target unresolvable\n"), 1u);
 }
 
 std::wstring g_source;       // what is being mined
 int g_readsUntilFailed = 0;  // of the mapping
+
+void ExpectHeld() {
+  const UniqueFile writer(CreateFileW(g_source.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                      OPEN_EXISTING, 0, nullptr));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
+}
 
 TEST_F(Icons, AProgramIsHeldWhileItIsMinedAndMayFailToBeRead) {
   g_source = Program(L"held", {MakeImage(16, 16, 32), MakeImage(24, 24, 32)});
   const ReplacedImport unread(
       Library::Instance().Module(), "KERNEL32.dll", "ReadProcessMemory",
       +[](HANDLE process, LPCVOID from, LPVOID into, SIZE_T size, SIZE_T* count) -> BOOL {
-        const UniqueFile writer(CreateFileW(g_source.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                            nullptr, OPEN_EXISTING, 0, nullptr));
-        EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
+        ExpectHeld();
         return g_readsUntilFailed-- != 0 ? ReadProcessMemory(process, from, into, size, count) : FALSE;
+      });
+  const ReplacedImport version(
+      Library::Instance().Module(), "VERSION.dll", "GetFileVersionInfoSizeW", +[](LPCWSTR path, LPDWORD handle) {
+        ExpectHeld();
+        return GetFileVersionInfoSizeW(path, handle);
       });
   const std::pair<Sizes, std::wstring> kReads[] = {{{}, L"RT_GROUP_ICON resource in " + g_source + L", error = 13\n"},
                                                    {{{24, 24}}, L"Failed to load 16x16 icon, error = 13\n"},

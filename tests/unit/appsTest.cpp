@@ -156,7 +156,11 @@ TEST(ResourceTree, IsSoundWhenItsTablesStayInTheirSection) {
                   {{{header + 20, place + kShift}}, false},
                   {{{header + 16, 0x3000}, {header + 8, 0x3000}, {directory, number(header + 12) + 0x2000}}, true},
                   {{{header + 16, 0x3000}, {header + 8, 0x1001}, {directory, number(header + 12) + 0x2000}}, false},
-                  {{{headerOf(".reloc") + 12, number(header + 12)}, {directory, number(header + 12) + kShift}}, false},
+                  {{{header + 16, 0x3000},
+                    {header + 8, 0x3000},
+                    {directory, number(header + 12) + kShift},
+                    {headerOf(".reloc") + 12, number(header + 12) + 0x1000}},
+                   false},
                   {{{directory, number(header + 12) + kShift}}, true}};
   for (const auto& [fields, sound] : kHeaders) {
     Bytes damaged = larger;
