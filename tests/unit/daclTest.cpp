@@ -164,12 +164,14 @@ TEST(Trust, OfFoldersIsGivenByTheirOwnRightsWhichAreNarrowedOnce) {
   const TemporaryFolder folder;
   const std::wstring sound = folder.MakeFolder(L"sound");
   const std::wstring open = folder.MakeOpenFolder(L"open");
-  ASSERT_TRUE(folder.LinkFolder(L"link", sound));
+  const TemporaryFolder links(L"quarryLinks");  // goes before the link's target
+  folder.WriteText(L"sound\\file", L"");        // keeps Wine from removing the target in the place of the link
+  ASSERT_TRUE(links.LinkFolder(L"link", sound));
   const PathTrust trust;
   for (const FolderPlace place : {FolderPlace::OnTheWay, FolderPlace::Last, FolderPlace::Elsewhere}) {
     EXPECT_EQ(trust.JudgeFolder({sound, place}).distrust, Distrust::None);
     EXPECT_EQ(trust.JudgeFolder({open, place}).distrust, Distrust::ForeignWriter);
-    EXPECT_EQ(trust.JudgeFolder({folder / L"link", place}).distrust, Distrust::ReparsePoint);
+    EXPECT_EQ(trust.JudgeFolder({links / L"link", place}).distrust, Distrust::ReparsePoint);
     EXPECT_EQ(trust.JudgeFolder({folder / L"missing", place}).distrust, Distrust::Unreadable);
   }
   const HMODULE self = GetModuleHandleW(nullptr);
