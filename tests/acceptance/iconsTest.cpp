@@ -500,7 +500,8 @@ TEST_F(Icons, AFolderThatCannotBeMadeOrTrustedGivesWayToTheDefault) {
   for (const auto& [folder, what, end] : kCases) {
     settings_.SetString(L"", L"IconCacheDir", folder);
     const QuarryHost host;
-    const std::vector<LogLine> lines = HostLog::Holding(what + L" PNG cache folder \"" + folder + L"\", ");
+    const std::vector<LogLine> lines =
+        HostLog::Holding(Str_FormatWide(L"%s PNG cache folder \"%s\", ", what.c_str(), folder.c_str()));
     ASSERT_THAT(lines, SizeIs(1)) << fs::path(folder);
     EXPECT_TRUE(lines[0].level == 0 && lines[0].text.ends_with(end)) << fs::path(lines[0].text);
     EXPECT_EQ(HostLog::Count(3, L"Using PNG cache folder \"C:\\ProgramData\\Velkor\\Velkor Quarry\\IconCache\"\n"), 1u);
@@ -566,7 +567,7 @@ BOOL WINAPI FileInformation(HANDLE file, BY_HANDLE_FILE_INFORMATION* information
 HANDLE WINAPI Open(LPCWSTR path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security, DWORD how, DWORD flags,
                    HANDLE templateFile) {
   if ((access & GENERIC_WRITE) != 0)
-    g_made.push_back((how == CREATE_NEW ? L"" : L"no new file: ") + std::wstring(path));
+    g_made.push_back(std::wstring(how == CREATE_NEW ? L"" : L"no new file: ").append(path));
   return CreateFileW(path, access, share, security, how, flags, templateFile);
 }
 

@@ -45,15 +45,15 @@ std::vector<std::string> HostWorld::Spend(Day day) const {
   std::filesystem::remove_all(folder_ / L"icons");
   std::vector<std::string> said;
   {
-    const QuarryHost host(day == Day::kFileTypes);
-    if (day == Day::kScan) Scan(host, said);
-    if (day == Day::kLaunch) Launch(host, said);
-    if (day == Day::kWindows) {
+    const QuarryHost host(day == Day::FileTypes);
+    if (day == Day::Scan) Scan(host, said);
+    if (day == Day::Launch) Launch(host, said);
+    if (day == Day::Windows) {
       for (const QuarryWindowInfo& window : host.GetOpenWindows()) {
         if (std::wstring_view(window.title) == kWindowTitle) said.push_back(LineOf({window.title, window.imagePath}));
       }
     }
-    if (day == Day::kFileTypes) {
+    if (day == Day::FileTypes) {
       const ExtensionRecord extensions = host.GetRegisteredExtensions(echo_);
       for (std::uint64_t index = 0; extensions != nullptr && index < extensions->count; ++index) {
         said.push_back(LineOf({extensions->entries[index].name, extensions->entries[index].description}));

@@ -11,8 +11,8 @@
 namespace quarry::test {
 
 /// What a host does with the library from Quarry_Init to Quarry_Exit, by subject.
-enum class Day { kStart, kScan, kWindows, kFileTypes, kLaunch };
-inline constexpr Day kAllDays[] = {Day::kStart, Day::kScan, Day::kWindows, Day::kFileTypes, Day::kLaunch};
+enum class Day { Start, Scan, Windows, FileTypes, Launch };
+inline constexpr Day kAllDays[] = {Day::Start, Day::Scan, Day::Windows, Day::FileTypes, Day::Launch};
 
 /// The programs, shortcuts, settings, windows and file types that the days work on, and the days.
 class HostWorld {
