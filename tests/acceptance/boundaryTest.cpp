@@ -285,6 +285,10 @@ TEST_F(Boundary, RecordsThatFindNoMemoryAreLoggedAndLeaveNothing) {
     EXPECT_EQ(call(), nullptr) << name;
     EXPECT_EQ(HostLog::Count(0, L"Quarry_Get" + std::wstring(name) + L" failed: std::bad_alloc\n"), 1U) << name;
   }
+  // Without any memory there is none for the exception either, nor for the message.
+  const ReplacedImport malloc(
+      Library::Instance().Module(), "msvcrt.dll", "malloc", +[](std::size_t /*size*/) -> void* { return nullptr; });
+  EXPECT_EQ(host->GetApplication(exe_.c_str()), nullptr);
 }
 
 /// The counters of one class in a leak report: created and deleted.
