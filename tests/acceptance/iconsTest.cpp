@@ -421,7 +421,8 @@ TEST_F(Icons, AFolderThatCannotBeMadeGivesWayToTheDefault) {
   for (const auto& [folder, what, end] : kCases) {
     settings_.SetString(L"", L"IconCacheDir", folder);
     const QuarryHost host;
-    const std::vector<LogLine> lines = HostLog::Holding(what + L" PNG cache folder \"" + folder + L"\", ");
+    const std::vector<LogLine> lines =
+        HostLog::Holding(Str_FormatWide(L"%s PNG cache folder \"%s\", ", what.c_str(), folder.c_str()));
     ASSERT_THAT(lines, SizeIs(1)) << fs::path(folder);
     EXPECT_TRUE(lines[0].level == 0 && lines[0].text.ends_with(end)) << fs::path(lines[0].text);
     EXPECT_EQ(HostLog::Count(3, L"Using PNG cache folder \"C:\\ProgramData\\Velkor\\Velkor Quarry\\IconCache\"\n"), 1u);
