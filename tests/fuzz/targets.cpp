@@ -226,7 +226,7 @@ FuzzTarget FuzzWorld::Target(const std::string& name) {
       (this->*then)();
     };
   };
-  const auto damaged = [](Model model) { return [model](Random& random) { return Damaged(model, random); }; };
+  const auto damaged = [](const Model& model) { return [model](Random& random) { return Damaged(model, random); }; };
   if (name == "iconFile") return {damaged(IconModel()), file(L"fuzz.ico", &FuzzWorld::DescribeLink)};
   if (name == "program") {
     return {[model = ProgramModel()](Random& random) {
@@ -241,7 +241,7 @@ FuzzTarget FuzzWorld::Target(const std::string& name) {
   }
   if (name == "ruleFile") {
     return {[](Random& random) { return TextFile(kRulePieces, random); },
-            [this](const Bytes& bytes) { FeedRuleFile(bytes); }};
+            [](const Bytes& bytes) { FeedRuleFile(bytes); }};
   }
   if (name == "registry") {
     return {[](Random& random) {
