@@ -11,7 +11,7 @@
 #include "tests/support/importTable.h"
 
 #include <cstring>
-#include <future>
+#include <thread>
 #include <tuple>
 
 namespace quarry::test {
@@ -648,9 +648,12 @@ bool IsWholePng(const fs::path& path) {
 
 TEST_F(Icons, TwoProcessesFillOneFolderTogether) {
   const Names arguments = {L"app", Program(L"shared", ManyImages())};
-  std::future<ProcessOutput> outputs[3];
-  for (auto& output : outputs) output = std::async(std::launch::async, RunProgram, L"quarryctl", arguments, L"");
-  for (auto& output : outputs) EXPECT_EQ(output.get().err, "");
+  ProcessOutput outputs[3];
+  {
+    std::vector<std::jthread> runs;
+    for (auto& output : outputs) runs.emplace_back([&] { output = RunProgram(L"quarryctl", arguments); });
+  }
+  for (const ProcessOutput& output : outputs) EXPECT_EQ(output.err, "");
   ASSERT_THAT(CacheFiles(), SizeIs(ManyImages().size()));
   for (const IconImage& image : ManyImages()) EXPECT_EQ(DecodePng(PathOf(image)), image.picture);
 }
