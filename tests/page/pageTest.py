@@ -32,7 +32,7 @@ def make_programs():
     programs = WORK / 'programs'
     programs.mkdir(parents=True)
     for name, source in PROGRAMS.items():
-        shutil.copy(BIN.parent / 'wine/tests/drive_c' / source, programs / name)
+        shutil.copy(WINE.parents[1] / 'build/wine/tests/drive_c' / source, programs / name)
     (WORK / 'filters.ini').write_text(f'[All]\r\nRoot=Z:{programs}\r\nIncludes=*.exe\r\n'.replace('/', '\\'),
                                       encoding='utf-16')
 
