@@ -15,6 +15,7 @@ namespace quarryctl {
   COMMAND(Windows)                  \
   COMMAND(Rules)                    \
   COMMAND(Settings)                 \
+  COMMAND(Filters)                  \
   COMMAND(Debug)
 
 #define QUARRYCTL_DECLARE_COMMAND(name) void Add##name##Command(const CommandGroup& commands);

@@ -13,7 +13,7 @@ constexpr std::size_t kChunk = 1u << 20;
 /// The platform's error, or ERROR_SUCCESS.
 DWORD WriteBytes(const std::wstring& path, std::string_view bytes) {
   const UniqueFile file(
-      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return GetLastError();
   while (!bytes.empty()) {
     DWORD written = 0;
@@ -27,9 +27,18 @@ DWORD WriteBytes(const std::wstring& path, std::string_view bytes) {
 
 }  // namespace
 
-bool WriteFileBytes(const std::wstring& path, std::string_view bytes, Output& err) {
-  const DWORD error = WriteBytes(path, bytes);
-  if (error == ERROR_SUCCESS) return true;
+bool WriteFileBytes(const std::wstring& path, std::string_view bytes, Output& err, const FileCheck& check) {
+  const std::wstring beside = path + L'.' + std::to_wstring(GetCurrentProcessId());
+  DWORD error = WriteBytes(beside, bytes);
+  if (error == ERROR_SUCCESS) {
+    if (check && !check(beside)) {
+      DeleteFileW(beside.c_str());
+      return false;
+    }
+    if (MoveFileExW(beside.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE) return true;
+    error = GetLastError();
+  }
+  if (error != ERROR_FILE_EXISTS) DeleteFileW(beside.c_str());
   WriteComplaint(err, "cannot write " + Unicode_Utf8FromWide(path) + ", error " + std::to_string(error));
   return false;
 }
