@@ -14,6 +14,7 @@ namespace quarryctl {
   COMMAND(Launch)                   \
   COMMAND(Windows)                  \
   COMMAND(Rules)                    \
+  COMMAND(Compare)                  \
   COMMAND(Debug)
 
 #define QUARRYCTL_DECLARE_COMMAND(name) void Add##name##Command(const CommandGroup& commands);
