@@ -15,7 +15,9 @@ namespace quarryctl {
   COMMAND(Windows)                  \
   COMMAND(Rules)                    \
   COMMAND(Compare)                  \
-  COMMAND(Debug)
+  COMMAND(Debug)                    \
+  COMMAND(Completion)               \
+  COMMAND(Help)
 
 #define QUARRYCTL_DECLARE_COMMAND(name) void Add##name##Command(const CommandGroup& commands);
 QUARRYCTL_COMMANDS(QUARRYCTL_DECLARE_COMMAND)

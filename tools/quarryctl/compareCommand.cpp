@@ -42,7 +42,7 @@ void AddRows(const char* what, const std::vector<const Json*>& applications, std
   }
 }
 
-std::string FormatText(const ScanComparison& comparison) {
+std::string FormatText(const ScanComparison& comparison, std::size_t width) {
   std::vector<TableRow> rows = {{"", "NAME", "PATH OR CHANGE"}};
   AddRows("came", comparison.came, rows);
   AddRows("went", comparison.went, rows);
@@ -54,7 +54,7 @@ std::string FormatText(const ScanComparison& comparison) {
   const std::string counts =
       std::to_string(comparison.came.size()) + " came, " + std::to_string(comparison.went.size()) + " went, " +
       std::to_string(comparison.changed.size()) + " changed, " + std::to_string(comparison.same) + " the same\n";
-  return comparison.HasDifferences() ? FormatTable(rows) + counts : counts;
+  return comparison.HasDifferences() ? FormatTable(rows, width) + counts : counts;
 }
 
 Json ArrayOf(const std::vector<const Json*>& applications) {
@@ -84,7 +84,7 @@ ExitStatus RunCompare(const CompareOptions& options, const CommandContext& conte
   // A caller must be able to tell "they differ" from "there was nothing to compare".
   if (before.is_null() || after.is_null()) return kUsage;
   const ScanComparison comparison = CompareScans(before, after);
-  context.out.Write(options.json ? FormatJson(JsonFrom(comparison)) : FormatText(comparison));
+  context.out.Write(options.json ? FormatJson(JsonFrom(comparison)) : FormatText(comparison, context.out.Columns()));
   return comparison.HasDifferences() ? kNothingFound : kDone;
 }
 

@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kChunk = 1u << 20;
 
 /// The platform's error, or ERROR_SUCCESS.
-DWORD WriteBytes(const std::wstring& path, std::string_view bytes) {
+DWORD WriteNew(const std::wstring& path, std::string_view bytes) {
   const UniqueFile file(
       CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return GetLastError();
@@ -23,6 +23,17 @@ DWORD WriteBytes(const std::wstring& path, std::string_view bytes) {
     bytes.remove_prefix(written);
   }
   return ERROR_SUCCESS;
+}
+
+/// Puts the file under its name when it is whole.
+DWORD WriteBytes(const std::wstring& path, std::string_view bytes) {
+  const std::wstring partial = path + L".partial";
+  DWORD error = WriteNew(partial, bytes);
+  if (error == ERROR_SUCCESS && MoveFileExW(partial.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) == FALSE) {
+    error = GetLastError();
+  }
+  if (error != ERROR_SUCCESS) DeleteFileW(partial.c_str());
+  return error;
 }
 
 }  // namespace

@@ -1,38 +1,19 @@
-"""Scans of several hosts: compared by the tool, and asked by the statements of the guide.
-
-usage: farmTest.py WINE BIN WORK GUIDE: the script that starts a Windows program, the folder of the built ones, a folder
-that is made anew, and the document.
-"""
+"""Scans of several hosts: compared by the tool, and asked by the statements of the guide."""
 
 import copy
 import json
-import pathlib
 import re
-import shutil
 import subprocess
 import sys
 import unittest
 
-WINE, BIN, WORK, GUIDE = (pathlib.Path(argument).resolve() for argument in sys.argv[1:5])
-
-
-def quarryctl(*arguments):
-    command = [WINE, '--prefix', 'tests', BIN / 'quarryctl.exe', *arguments]
-    return subprocess.run(command, cwd=WORK, stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding='utf-8')
+from quarryctl import ROOT, WORK, make_work_folder, quarryctl
 
 
 class Farm(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        shutil.rmtree(WORK, ignore_errors=True)
-        programs = WORK / 'programs'
-        programs.mkdir(parents=True)
-        windows = WINE.parents[1] / 'build/wine/tests/drive_c/windows'
-        for name, source in {'Füße.exe': 'notepad.exe', 'mines.exe': 'system32/winemine.exe',
-                             'edit.exe': 'regedit.exe'}.items():
-            shutil.copy(windows / source, programs / name)
-        (WORK / 'filters.ini').write_text(f'[All]\r\nRoot=Z:{programs}\r\nIncludes=*.exe\r\n'.replace('/', '\\'),
-                                          encoding='utf-16')
+        make_work_folder()
         cls.scan = json.loads(quarryctl('scan', '--ini', 'filters.ini', '--json').stdout)
         cls.names = [application['productName'] or application['fileName'] for application in cls.scan]
 
@@ -82,7 +63,7 @@ class Farm(unittest.TestCase):
         scans.mkdir()
         for host, scan in {'alpha': self.scan, 'beta': self.scan, 'gamma': self.changed()}.items():
             (scans / f'{host}.json').write_text(json.dumps(scan), encoding='utf-8')
-        load, *questions = re.findall(r'```sql\n(.*?)```', GUIDE.read_text(encoding='utf-8'), re.S)
+        load, *questions = re.findall(r'```sql\n(.*?)```', (ROOT / 'docs/farm.md').read_text(encoding='utf-8'), re.S)
 
         def ask(statement):
             output = subprocess.run(['sqlite3', '-json', WORK / 'farm.db', statement], cwd=WORK, check=True,
