@@ -14,7 +14,7 @@ TEST(HostDay, LeavesNothingBehind) {
       world.Spend(day);
       EXPECT_THAT(Library::Instance().DebugReport(), HasSubstr("memleak: no leaks."));
     };
-    const int rounds = day == Day::kStart ? Rounds(20, 10'000) : Rounds(3, 300);
+    const int rounds = day == Day::Start ? Rounds(20, 10'000) : Rounds(3, 300);
     EXPECT_EQ(GrowthOf(spend, rounds), ResourceCounts()) << "day " << static_cast<int>(day);
   }
 }
