@@ -3,14 +3,14 @@
 # Debian has no Windows package of (once per machine, in a cache outside the tree) and links all of them into build/deps.
 # Does nothing, quickly, when all is there.
 #
-#   setup.sh                                     all packages but those that only scripts/package.sh needs
-#   setup.sh [wine] [lint] [browser] [package]   those of the build and of these groups of packages.txt
+#   setup.sh                                            all packages but those that only scripts/package.sh needs
+#   setup.sh [wine] [lint] [browser] [test] [package]   those of the build and of these groups of packages.txt
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 source "$root/scripts/dependencies.sh"
 
 groups=("$@")
-((${#groups[@]} > 0)) || groups=(wine lint browser)
+((${#groups[@]} > 0)) || groups=(wine lint browser test)
 
 InstallPackages() {
   local package missing=()

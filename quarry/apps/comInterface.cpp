@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace quarry {
@@ -50,17 +51,19 @@ bool ComInterface::Load(const std::wstring& path) const {
          SUCCEEDED(persistFile_->Load(path.c_str(), STGM_READ));
 }
 
-// Counted last: a user whose turn ended in an exception never releases.
+// Nothing is shared and no user counted before the last thing that can throw: a user whose turn ended in an exception
+// never releases.
 ComInterface* AcquireComInterface() {
+  std::unique_ptr<ComInterface> made;
   if (g_users == 0) {
-    SharedInterface() = std::make_unique<ComInterface>();
-    if (!SharedInterface()->IsValid()) {
+    made = std::make_unique<ComInterface>();
+    if (!made->IsValid()) {
       Log(LogLevel::Error, L"Failed to create ComInterface!");
-      SharedInterface().reset();
+      made.reset();
     }
   }
   CountCreated("ComInterfaceReference");
-  ++g_users;
+  if (g_users++ == 0) SharedInterface() = std::move(made);
   return SharedInterface().get();
 }
 

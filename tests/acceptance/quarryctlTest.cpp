@@ -52,7 +52,12 @@ TEST_F(QuarryCtl, ExitStatusTellsDoneFromRefusedFromUsage) {
     std::string err;
   } kCases[] = {
       {{}, 2, "", "subcommand is required"},
-      {{L"publish"}, 2, "", "Run with --help"},
+      {{L"publish"}, 2, "", "quarryctl: there is no command \"publish\" ("},
+      {{L"-v", L"rules", L"chekc"}, 2, "", R"(there is no command "chekc", did you mean "check"?)"},
+      {{L"help", L"scna"}, 2, "", "did you mean \"scan\"?"},
+      {{L"help", L"rules", L"check"}, 0, "Usage: quarryctl rules check [OPTIONS] FILE...", ""},
+      {{L"completion", L"powershell"}, 0, "\n    'rules check' = '--help'\n", ""},
+      {{L"completion", L"sh"}, 2, "", "sh not in {powershell}"},
       {{L"app"}, 2, "", "PATH is required"},
       {{L"scan", L"--ini", L""}, 2, "", "the file name is empty"},
       {{L"--help"}, 0, "Exit status", ""},

@@ -186,9 +186,7 @@ void FuzzWorld::FeedCacheFolder(const Bytes& bytes) {
     const QuarryHost host(false, nullptr);
     for (const std::wstring& name : names) {
       const IconRecord icon(host->GetIcon(name.c_str()));
-      void* data = nullptr;
-      std::uint64_t size = 0;
-      if (host->GetIconData(name.c_str(), &data, &size) == 1) host->FreeIconData(data);
+      host.GetIconData(name);
     }
   }
   fs::remove(fs::path(folder_ / L"cache") / names[0], refused);

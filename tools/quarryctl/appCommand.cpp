@@ -30,7 +30,7 @@ struct Description {
   ExtensionRecords extensions;  ///< null when not asked for
 };
 
-std::string FormatIcons(const IconRecords& icons) {
+std::string FormatIcons(const IconRecords& icons, std::size_t width) {
   std::vector<TableRow> rows = {{"ICON", "SIZE", "NAME", "FILE"}};
   for (const IconRecord& icon : icons) {
     const std::string number = std::to_string(rows.size() - 1);
@@ -41,13 +41,13 @@ std::string FormatIcons(const IconRecords& icons) {
     rows.push_back({number, std::to_string(icon->Width()) + 'x' + std::to_string(icon->Height()),
                     Unicode_Utf8FromWide(icon->Name().c_str()), Unicode_Utf8FromWide(icon->Path().c_str())});
   }
-  return FormatTable(rows);
+  return FormatTable(rows, width);
 }
 
-std::string FormatText(const Description& description) {
-  std::string text = FormatFields(JsonFrom(description.application->Record()));
-  if (description.icons && !description.icons->empty()) text += '\n' + FormatIcons(*description.icons);
-  if (description.extensions) text += '\n' + FormatExtensionTable(Items(description.extensions));
+std::string FormatText(const Description& description, std::size_t width) {
+  std::string text = FormatFields(JsonFrom(description.application->Record()), width);
+  if (description.icons && !description.icons->empty()) text += '\n' + FormatIcons(*description.icons, width);
+  if (description.extensions) text += '\n' + FormatExtensionTable(Items(description.extensions), width);
   return text;
 }
 
@@ -72,7 +72,8 @@ ExitStatus RunApp(const AppOptions& options, const CommandContext& context) {
   }
   if (options.icons) description.icons = GetIcons(library, description.application->Record());
   if (options.extensions) description.extensions = library.GetExtensions(description.application->Path());
-  context.out.Write(options.json ? FormatJson(JsonFromDescription(description)) : FormatText(description));
+  context.out.Write(options.json ? FormatJson(JsonFromDescription(description))
+                                 : FormatText(description, context.out.Columns()));
   return kDone;
 }
 

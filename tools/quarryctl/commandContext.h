@@ -11,6 +11,7 @@ enum ExitStatus : int {
   kDone = 0,
   kNothingFound = 1,  ///< Nothing was found, or the library or the system refused.
   kUsage = 2,
+  kInterrupted = 130,  ///< By Ctrl+C or Ctrl+Break; the number that shells use for it.
 };
 
 /// What every sub-command works with.

@@ -16,7 +16,10 @@ namespace quarryctl {
   COMMAND(Rules)                    \
   COMMAND(Settings)                 \
   COMMAND(Filters)                  \
-  COMMAND(Debug)
+  COMMAND(Compare)                  \
+  COMMAND(Debug)                    \
+  COMMAND(Completion)               \
+  COMMAND(Help)
 
 #define QUARRYCTL_DECLARE_COMMAND(name) void Add##name##Command(const CommandGroup& commands);
 QUARRYCTL_COMMANDS(QUARRYCTL_DECLARE_COMMAND)

@@ -10,7 +10,7 @@ ExitStatus RunDebug(const CommandContext& context) {
   const std::unique_ptr<Session> session = Session::Open(context);
   if (!session) return kNothingFound;
   // Records and library are gone before the report: whatever it still counts as alive was forgotten.
-  session->Scan({});
+  session->GetLibrary().Scan();
   session->GetLibrary().Exit();
   session->GetLibrary().ReportDebugInfo();
   return kDone;

@@ -29,17 +29,42 @@ std::size_t CharacterWidth(UChar32 character) {
   return width == U_EA_WIDE || width == U_EA_FULLWIDTH ? 2 : 1;
 }
 
+/// Calls `take` with each character and the columns it takes.
+template <typename Take>
+void ForEachCharacter(std::wstring_view text, Take take) {
+  for (std::size_t index = 0; index < text.size();) {
+    const std::size_t start = index;
+    UChar32 character = 0;
+    U16_NEXT(text.data(), index, text.size(), character);
+    take(text.substr(start, index - start), CharacterWidth(character));
+  }
+}
+
 }  // namespace
 
 std::size_t DisplayWidth(std::string_view utf8) {
-  const std::wstring text = Unicode_WideFromUtf8(utf8);
   std::size_t width = 0;
-  for (std::size_t index = 0; index < text.size();) {
-    UChar32 character = 0;
-    U16_NEXT(text.data(), index, text.size(), character);
-    width += CharacterWidth(character);
-  }
+  ForEachCharacter(Unicode_WideFromUtf8(utf8), [&width](std::wstring_view, std::size_t columns) { width += columns; });
   return width;
+}
+
+std::string FitWidth(std::string_view utf8, std::size_t columns) {
+  const std::size_t width = DisplayWidth(utf8);
+  if (width <= columns) return std::string(utf8);
+  const std::size_t headEnd = (columns - 1) / 2;
+  const std::size_t tailStart = width - (columns - 1 - headEnd);
+  std::wstring head;
+  std::wstring tail;
+  std::size_t column = 0;
+  ForEachCharacter(Unicode_WideFromUtf8(utf8), [&](std::wstring_view character, std::size_t taken) {
+    if (column + taken <= headEnd) {
+      head += character;
+    } else if (column >= tailStart) {
+      tail += character;
+    }
+    column += taken;
+  });
+  return Unicode_Utf8FromWide(head + L'\u2026' + tail);
 }
 
 }  // namespace quarryctl

@@ -8,12 +8,12 @@
 
 namespace quarryctl {
 
-std::string FormatExtensionTable(std::span<const QuarryExtensionEntry> extensions) {
+std::string FormatExtensionTable(std::span<const QuarryExtensionEntry> extensions, std::size_t width) {
   std::vector<TableRow> rows = {{"TYPE", "DESCRIPTION"}};
   for (const QuarryExtensionEntry& extension : extensions) {
     rows.push_back({Unicode_Utf8FromWide(extension.name), Unicode_Utf8FromWide(extension.description)});
   }
-  return FormatList(rows, "type");
+  return FormatList(rows, "type", width);
 }
 
 }  // namespace quarryctl

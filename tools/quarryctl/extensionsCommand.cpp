@@ -31,7 +31,8 @@ ExitStatus RunExtensions(const ExtensionsOptions& options, const CommandContext&
   Library& library = session->GetLibrary();
   const ExtensionRecords record = library.GetExtensions(FullPath(library, options.path));
   if (!record) return Refuse(context, "the library does not tell the types of " + Unicode_Utf8FromWide(options.path));
-  context.out.Write(options.json ? FormatJson(JsonFrom(Items(record))) : FormatExtensionTable(Items(record)));
+  context.out.Write(options.json ? FormatJson(JsonFrom(Items(record)))
+                                 : FormatExtensionTable(Items(record), context.out.Columns()));
   return record.empty() ? kNothingFound : kDone;
 }
 

@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kChunk = 1u << 20;
 
 /// The platform's error, or ERROR_SUCCESS.
-DWORD WriteBytes(const std::wstring& path, std::string_view bytes) {
+DWORD WriteNew(const std::wstring& path, std::string_view bytes) {
   const UniqueFile file(
       CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return GetLastError();
@@ -28,17 +28,15 @@ DWORD WriteBytes(const std::wstring& path, std::string_view bytes) {
 }  // namespace
 
 bool WriteFileBytes(const std::wstring& path, std::string_view bytes, Output& err, const FileCheck& check) {
-  const std::wstring beside = path + L'.' + std::to_wstring(GetCurrentProcessId());
-  DWORD error = WriteBytes(beside, bytes);
-  if (error == ERROR_SUCCESS) {
-    if (check && !check(beside)) {
-      DeleteFileW(beside.c_str());
-      return false;
-    }
-    if (MoveFileExW(beside.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE) return true;
+  const std::wstring partial = path + L".partial";
+  DWORD error = WriteNew(partial, bytes);
+  const bool isRefused = error == ERROR_SUCCESS && check && !check(partial);
+  if (error == ERROR_SUCCESS && !isRefused) {
+    if (MoveFileExW(partial.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE) return true;
     error = GetLastError();
   }
-  if (error != ERROR_FILE_EXISTS) DeleteFileW(beside.c_str());
+  DeleteFileW(partial.c_str());
+  if (isRefused) return false;
   WriteComplaint(err, "cannot write " + Unicode_Utf8FromWide(path) + ", error " + std::to_string(error));
   return false;
 }

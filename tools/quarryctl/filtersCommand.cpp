@@ -38,20 +38,21 @@ std::string TitleOf(const FilterReport& filter) {
   return place == name ? name : name + " (" + place + ')';
 }
 
-std::string FormatFilter(const FilterReport& filter) {
+std::string FormatFilter(const FilterReport& filter, std::size_t width) {
   std::vector<TableRow> rows;
   for (const FilterRoot& root : filter.roots) {
-    std::string text = Unicode_Utf8FromWide(root.written);
-    if (root.expanded != root.written) text += " = " + Unicode_Utf8FromWide(root.expanded);
-    rows.push_back({"", "root", text + (root.exists ? "" : " (missing)")});
+    std::string path = Unicode_Utf8FromWide(root.written);
+    if (root.expanded != root.written) path += " = " + Unicode_Utf8FromWide(root.expanded);
+    rows.push_back({"", "root", path + (root.exists ? "" : " (missing)")});
   }
   const std::string includes = Unicode_Utf8FromWide(filter.definition.includes);
   rows.push_back({"", "includes", includes.empty() ? "(every name)" : includes});
   if (!filter.definition.excludes.empty()) {
     rows.push_back({"", "excludes", Unicode_Utf8FromWide(filter.definition.excludes)});
   }
-  for (const FilterFinding& finding : filter.findings) rows.push_back({"", "problem", finding.text});
-  return TitleOf(filter) + '\n' + FormatTable(rows);
+  std::string text = TitleOf(filter) + '\n' + FormatTable(rows, width);
+  for (const FilterFinding& finding : filter.findings) text += "  problem   " + finding.text + '\n';
+  return text;
 }
 
 struct FiltersOptions {
@@ -72,7 +73,7 @@ ExitStatus RunFilters(const FiltersOptions& options, const CommandContext& conte
   std::string text;
   for (const FilterReport& filter : file.filters) {
     array.push_back(JsonFrom(filter));
-    text += FormatFilter(filter);
+    text += FormatFilter(filter, context.out.Columns());
   }
   for (const FilterFinding& finding : file.findings) text += "The file " + finding.text + '\n';
   context.out.Write(options.json ? FormatJson(array) : text);

@@ -32,7 +32,7 @@ ExitStatus RunIcon(const IconOptions& options, const CommandContext& context) {
     const IconData png = library.GetIconData(name);
     return !png.empty() && WriteFileBytes(options.outputPath, Bytes(png), context.err) ? kDone : kNothingFound;
   }
-  context.out.Write(options.json ? FormatJson(JsonFrom(icon)) : FormatFields(JsonFrom(icon)));
+  context.out.Write(options.json ? FormatJson(JsonFrom(icon)) : FormatFields(JsonFrom(icon), context.out.Columns()));
   return kDone;
 }
 

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstddef>
 #include <string>
 
 namespace quarryctl {
@@ -12,7 +13,7 @@ using Json = nlohmann::ordered_json;
 /// As --json writes it, with its line end.
 std::string FormatJson(const Json& json);
 
-/// An object without nested ones as a table with a row for each field.
-std::string FormatFields(const Json& object);
+/// An object without nested ones as a table with a row for each field, in lines of at most `width` (0: any length).
+std::string FormatFields(const Json& object, std::size_t width);
 
 }  // namespace quarryctl

@@ -17,6 +17,11 @@ std::wstring_view WithoutLineEnd(std::wstring_view message) {
   return last == std::wstring_view::npos ? std::wstring_view() : message.substr(0, last + 1);
 }
 
+std::string Painted(const Output& err, std::uint32_t level, const std::string& line) {
+  if (level == QUARRY_LOG_ERROR) return err.Painted(Colour::Error, line);
+  return level == QUARRY_LOG_WARNING ? err.Painted(Colour::Warning, line) : line;
+}
+
 }  // namespace
 
 LogView::LogView(Output& err, unsigned shownLevels) : err_(err), shownLevels_(shownLevels), progress_(err) {}
@@ -25,8 +30,7 @@ void LogView::Receive(std::uint32_t level, std::wstring_view message) {
   message = WithoutLineEnd(message);
   progress_.Observe(message);
   if (level < shownLevels_) {
-    progress_.Erase();
-    err_.Write(FormatLogLine(level, message) + '\n');
+    err_.Write(Painted(err_, level, FormatLogLine(level, message)) + '\n');
   } else if (level == QUARRY_LOG_WARNING) {
     ++hiddenWarnings_;
   }

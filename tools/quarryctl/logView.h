@@ -16,7 +16,6 @@ class LogView {
  public:
   /// Shows the levels below `shownLevels` (0 shows nothing, 4 everything).
   LogView(Output& err, unsigned shownLevels);
-  ~LogView() { progress_.Erase(); }
   LogView(const LogView&) = delete;
   LogView& operator=(const LogView&) = delete;
 
@@ -25,8 +24,6 @@ class LogView {
 
   /// How many warnings were not shown.
   unsigned HiddenWarnings() const { return hiddenWarnings_; }
-  /// Takes the progress line off the terminal before anything else is written there.
-  void EndProgress() { progress_.Erase(); }
 
  private:
   friend class LogListener;

@@ -20,13 +20,10 @@ std::wstring AbsolutePath(const std::wstring& path) {
   return result;
 }
 
-std::wstring ProgramFolder() {
+std::wstring LibraryPath() {
   std::wstring path(kLongestPath, L'\0');
-  const DWORD length = GetModuleFileNameW(nullptr, path.data(), kLongestPath);
-  if (length == 0 || length >= kLongestPath) return {};
-  path.resize(length);
-  const std::size_t end = path.find_last_of(L'\\');
-  return end == std::wstring::npos ? std::wstring() : path.substr(0, end);
+  path.resize(GetModuleFileNameW(nullptr, path.data(), kLongestPath));
+  return path.substr(0, path.find_last_of(L'\\') + 1) + L"quarry.dll";
 }
 
 }  // namespace quarryctl

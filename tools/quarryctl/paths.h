@@ -8,7 +8,7 @@ namespace quarryctl {
 /// platform refuses it.
 std::wstring AbsolutePath(const std::wstring& path);
 
-/// Full path of the folder that this program lies in, without a trailing backslash. Empty when it cannot be told.
-std::wstring ProgramFolder();
+/// Full path of the quarry.dll that lies beside this program, so that nothing else can be loaded in its place.
+std::wstring LibraryPath();
 
 }  // namespace quarryctl

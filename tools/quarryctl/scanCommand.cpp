@@ -33,7 +33,7 @@ bool IsFile(const std::wstring& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
-std::string FormatText(std::span<const QuarryApplicationInfo> applications) {
+std::string FormatText(std::span<const QuarryApplicationInfo> applications, std::size_t width) {
   std::vector<TableRow> rows = {{"NAME", "VERSION", "COMPANY", "TARGET"}};
   for (const QuarryApplicationInfo& application : applications) {
     // A program without version information has no product name.
@@ -41,7 +41,7 @@ std::string FormatText(std::span<const QuarryApplicationInfo> applications) {
     rows.push_back({Unicode_Utf8FromWide(name), Unicode_Utf8FromWide(application.productVersion),
                     Unicode_Utf8FromWide(application.companyName), Unicode_Utf8FromWide(application.targetPath)});
   }
-  return FormatList(rows, kNoun);
+  return FormatList(rows, kNoun, width);
 }
 
 /// Writes the result in the form that was asked for; false when that failed.
@@ -52,7 +52,7 @@ bool WriteResult(std::span<const QuarryApplicationInfo> applications, const Scan
     return true;
   }
   if (options.htmlPath.empty()) {
-    context.out.Write(FormatText(applications));
+    context.out.Write(FormatText(applications, context.out.Columns()));
     return true;
   }
   const std::string page = FormatHtmlPage(WithIcons(applications, library), library);
@@ -73,7 +73,7 @@ ExitStatus RunScan(const ScanOptions& options, const CommandContext& context) {
   }
   const std::unique_ptr<Session> session = Session::Open(context);
   if (!session) return kNothingFound;
-  const ApplicationRecords records = session->Scan(options.iniPath);
+  const ApplicationRecords records = session->GetLibrary().Scan(options.iniPath);
   const bool written = WriteResult(Items(records), options, session->GetLibrary(), context);
   PointToWarnings(session->GetLog(), context.err);
   return !records.empty() && written ? kDone : kNothingFound;

@@ -29,8 +29,7 @@ Session::Session(const CommandContext& context, const SessionOptions& options)
 
 std::unique_ptr<Session> Session::Open(const CommandContext& context, const SessionOptions& options) {
   std::unique_ptr<Session> session(new Session(context, options));
-  // By its full path, so that nothing else can be loaded in its place.
-  const std::wstring path = ProgramFolder() + L"\\quarry.dll";
+  const std::wstring path = LibraryPath();
   const auto receive = [&log = session->log_](quarry::LogLevel level, quarry::Text message) {
     log.Receive(static_cast<std::uint32_t>(level), message);
   };
@@ -40,12 +39,6 @@ std::unique_ptr<Session> Session::Open(const CommandContext& context, const Sess
     return nullptr;
   }
   return session;
-}
-
-ApplicationRecords Session::Scan(const std::wstring& iniPath) {
-  ApplicationRecords records = library_->Scan(iniPath);
-  log_.EndProgress();
-  return records;
 }
 
 }  // namespace quarryctl

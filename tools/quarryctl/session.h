@@ -23,9 +23,6 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  /// Library::Scan behind a progress line.
-  ApplicationRecords Scan(const std::wstring& iniPath);
-
   Library& GetLibrary() { return *library_; }
   LogView& GetLog() { return log_; }
 

@@ -29,14 +29,14 @@ std::string TextOf(const Json& value) {
   return value.get<std::string>().empty() ? "(built-in folder)" : value.get<std::string>();
 }
 
-std::string FormatText(const std::vector<SettingReport>& reports) {
+std::string FormatText(const std::vector<SettingReport>& reports, std::size_t width) {
   std::vector<TableRow> rows = {{"SETTING", "FROM", "HIDDEN", "VALUE"}};
   std::string problems;
   for (const SettingReport& report : reports) {
     rows.push_back({report.name, report.from, report.hidden ? '"' + *report.hidden + '"' : "", TextOf(report.value)});
     for (const std::string& problem : report.problems) problems += report.name + ": " + problem + '\n';
   }
-  return FormatTable(rows) + (problems.empty() ? "" : '\n' + problems);
+  return FormatTable(rows, width) + (problems.empty() ? "" : '\n' + problems);
 }
 
 ExitStatus RunSettings(const SettingsOptions& options, const CommandContext& context) {
@@ -46,7 +46,7 @@ ExitStatus RunSettings(const SettingsOptions& options, const CommandContext& con
     for (const SettingReport& report : reports) array.push_back(JsonFrom(report));
     context.out.Write(FormatJson(array));
   } else {
-    context.out.Write(FormatText(reports));
+    context.out.Write(FormatText(reports, context.out.Columns()));
   }
   const bool sound =
       std::all_of(reports.begin(), reports.end(), [](const auto& report) { return report.problems.empty(); });

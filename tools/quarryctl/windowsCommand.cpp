@@ -1,6 +1,7 @@
 #include "lib/unicode/unicode.h"
 
 #include "tools/quarryctl/commandTable.h"
+#include "tools/quarryctl/interruption.h"
 #include "tools/quarryctl/json.h"
 #include "tools/quarryctl/options.h"
 #include "tools/quarryctl/privateSettings.h"
@@ -33,20 +34,20 @@ const char* StateText(const QuarryWindowInfo& window) {
   return window.isMinimized != 0 ? "minimized" : "open";
 }
 
-std::string FormatText(std::span<const QuarryWindowInfo> windows) {
+std::string FormatText(std::span<const QuarryWindowInfo> windows, std::size_t width) {
   std::vector<TableRow> rows = {{"STATE", "TITLE", "IMAGE"}};
   for (const QuarryWindowInfo& window : windows) {
     rows.push_back({StateText(window), Unicode_Utf8FromWide(window.title), Unicode_Utf8FromWide(window.imagePath)});
   }
-  return FormatList(rows, kNoun);
+  return FormatList(rows, kNoun, width);
 }
 
-std::string FormatText(const std::vector<WindowExplanation>& windows) {
+std::string FormatText(const std::vector<WindowExplanation>& windows, std::size_t width) {
   std::vector<TableRow> rows = {{"HANDLE", "DECISION", "TITLE", "CLASS", "IMAGE"}};
   for (const WindowExplanation& window : windows) {
     rows.push_back({window.handle, window.decision, window.title, window.className, window.imagePath});
   }
-  return FormatList(rows, kNoun);
+  return FormatList(rows, kNoun, width);
 }
 
 Json JsonFromExplanations(const std::vector<WindowExplanation>& windows) {
@@ -77,35 +78,25 @@ ExitStatus Explain(Session& session, const WindowsOptions& options, const Comman
   if (windows.empty()) {
     return Refuse(context, "there are no windows, or the verbose window log could not be switched on");
   }
-  context.out.Write(options.json ? FormatJson(JsonFromExplanations(windows)) : FormatText(windows));
+  context.out.Write(options.json ? FormatJson(JsonFromExplanations(windows))
+                                 : FormatText(windows, context.out.Columns()));
   return kDone;
 }
 
-/// Signalled by Ctrl+C and Ctrl+Break from its first use on.
-HANDLE EndOfWatch() {
-  static const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);  // used until the process ends
-  static const BOOL handled = SetConsoleCtrlHandler(
-      [](DWORD control) -> BOOL {
-        if (control != CTRL_C_EVENT && control != CTRL_BREAK_EVENT) return FALSE;
-        return SetEvent(event);
-      },
-      TRUE);
-  return handled != FALSE ? event : nullptr;
-}
-
-std::string Format(const WindowRecords& records, bool json) {
-  return json ? FormatJson(JsonFrom(Items(records))) : FormatText(Items(records));
+std::string Format(const WindowRecords& records, bool json, const Output& out) {
+  return json ? FormatJson(JsonFrom(Items(records))) : FormatText(Items(records), out.Columns());
 }
 
 /// Writes the list again whenever it has changed.
-void Watch(Library& library, std::string shown, const WindowsOptions& options, const CommandContext& context) {
-  const HANDLE end = EndOfWatch();
-  while (end != nullptr && WaitForSingleObject(end, kWatchIntervalMs) == WAIT_TIMEOUT && !context.out.HasFailed()) {
-    std::string now = Format(library.GetOpenWindows(), options.json);
+ExitStatus Watch(Library& library, std::string shown, const WindowsOptions& options, const CommandContext& context) {
+  while (!WaitForInterruption(kWatchIntervalMs)) {
+    if (context.out.IsLost()) return kDone;
+    std::string now = Format(library.GetOpenWindows(), options.json, context.out);
     if (now == shown) continue;
     context.out.Write((options.json ? "" : "\n") + now);
     shown = std::move(now);
   }
+  return kInterrupted;
 }
 
 ExitStatus RunWindows(const WindowsOptions& options, const CommandContext& context) {
@@ -114,10 +105,10 @@ ExitStatus RunWindows(const WindowsOptions& options, const CommandContext& conte
   if (options.explain) return Explain(*session, options, context);
 
   const WindowRecords records = session->GetLibrary().GetOpenWindows();
-  const std::string list = Format(records, options.json);
+  const std::string list = Format(records, options.json, context.out);
   context.out.Write(list);
-  if (options.watch) Watch(session->GetLibrary(), list, options, context);
-  return !records.empty() || options.watch ? kDone : kNothingFound;
+  if (options.watch) return Watch(session->GetLibrary(), list, options, context);
+  return records.empty() ? kNothingFound : kDone;
 }
 
 void BindWindows(CLI::App& command, WindowsOptions& options) {
