@@ -12,8 +12,8 @@ namespace quarryctl {
 /// The errors and warnings of the library's log by their kinds.
 class LogSummary {
  public:
-  /// Takes a message without its line end.
-  void Observe(std::uint32_t level, std::wstring_view message);
+  /// Takes the text of a message without its line end.
+  void Observe(std::uint32_t level, std::wstring_view text);
 
   /// A line for each kind, with what to do about it or where to read; few, whatever the log holds.
   std::string Format() const;

@@ -28,8 +28,8 @@ struct TrailEntry {
 /// Follows a scan by the library's messages.
 class ScanTrail {
  public:
-  /// Takes every message of the scan, in its order, of whatever level.
-  void Observe(std::wstring_view message);
+  /// Takes the text of every message of the scan, in its order, of whatever level.
+  void Observe(std::wstring_view text);
 
   /// Once the scan is over: enters what its records say, and what it passed over without a word.
   void Finish(const ApplicationRecords& records);
