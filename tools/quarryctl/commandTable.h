@@ -15,6 +15,8 @@ namespace quarryctl {
   COMMAND(Launch)                   \
   COMMAND(Windows)                  \
   COMMAND(Rules)                    \
+  COMMAND(Settings)                 \
+  COMMAND(Filters)                  \
   COMMAND(Compare)                  \
   COMMAND(Debug)                    \
   COMMAND(Completion)               \
