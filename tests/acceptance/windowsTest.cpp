@@ -4,8 +4,6 @@
 #include "tests/support/hostTest.h"
 #include "tests/support/windowMaker.h"
 
-#include <sddl.h>
-
 #include <fstream>
 
 namespace quarry::test {
@@ -48,12 +46,6 @@ Names LinesOn(HWND window) {
     if (line->text.starts_with(L"    Kept") || line->text.starts_with(L"    Skipped")) break;
   }
   return found;
-}
-
-UniqueLocal<void> SecurityDescriptor(const wchar_t* text) {
-  PSECURITY_DESCRIPTOR descriptor = nullptr;
-  ConvertStringSecurityDescriptorToSecurityDescriptorW(text, SDDL_REVISION_1, &descriptor, nullptr);
-  return UniqueLocal<void>(descriptor);
 }
 
 struct Case {
