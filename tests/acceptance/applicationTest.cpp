@@ -95,6 +95,7 @@ TEST_F(ApplicationTest, PathIsExpandedAndItsRunsOfBackslashesCollapse) {
       {L"%QUARRY_TEST_LONG%\\%CommonStartMenu%.bat", L"%QUARRY_TEST_LONG%\\%CommonStartMenu%.bat"},
       {L"%DefaultStartMenu%|%CommonStartMenu%\\a.bat", ofDefault + L"|" + common + L"\\a.bat"},
       {L"%CommonStartMenu%\\%CommonStartMenu%\\a.bat", common + L"\\%CommonStartMenu%\\a.bat"},
+      {L"%DefaultStartMenu%\\%DefaultStartMenu%.bat", ofDefault + L"\\%DefaultStartMenu%.bat"},
       {L"%commonstartmenu%\\%defaultStartMenu%.bat", L"%commonstartmenu%\\%defaultStartMenu%.bat"},
   };
   for (const auto& [asked, made] : kCases) EXPECT_EQ(PathOf(asked), made);
@@ -204,8 +205,10 @@ std::wstring PanelLink(const std::wstring& path) {
 }
 
 TEST_F(ApplicationTest, ShortcutThatLeadsToNoApplicationIsDropped) {
-  Bytes large = ReadWholeFile(folder_.WriteLink(L"model.lnk", FixtureProgram(L"emptyApp"))).value_or(Bytes());
+  Bytes damaged = ReadWholeFile(folder_.WriteLink(L"model.lnk", FixtureProgram(L"emptyApp"))).value_or(Bytes());
+  Bytes large = damaged;
   large.resize((1 << 20) + 1);
+  damaged.at(0x4E) = 1;  // an item of the ID list that is shorter than its own size
   const std::wstring file = folder_.WriteText(L"Setup.EXE", L"");
   const std::wstring folder = folder_.MakeFolder(L"sub.exe folder");
   const std::wstring self = folder_ / L"self.lnk";
@@ -219,6 +222,7 @@ TEST_F(ApplicationTest, ShortcutThatLeadsToNoApplicationIsDropped) {
       {folder_.WriteLink(L"self.lnk", self), 1, L"target \"" + self + L"\" not recognized\n"},
       {PanelLink(folder_ / L"panel.lnk"), 1, L"failed to get path from IDs - unresolvable\n"},
       {folder_.WriteBytes(L"empty.lnk", {}), 0, L"failed to load IPeristFile\n"},
+      {folder_.WriteBytes(L"damaged.lnk", damaged), 0, L"failed to load IPeristFile\n"},
       {folder_.WriteBytes(L"large.lnk", large), 0, L"failed to load IPeristFile\n"},
       {folder_ / L"missing.lnk", 0, L"failed to load IPeristFile\n"},
   };
