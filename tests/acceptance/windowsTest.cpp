@@ -204,7 +204,7 @@ TEST(WindowManager, CopesWithHungAndClosedProcessesAndItsOwn) {
     EXPECT_EQ(CountTitle(windows, listed), 1);
   }
   EXPECT_THAT(LinesOn(own.get()), ElementsAre(_, L"    Skipped (own process)\n"));
-  for (const std::size_t index : {0, 1}) {
+  for (const std::size_t index : {0U, 1U}) {
     EXPECT_THAT(LinesOn(closed.Window(index)),
                 IsSupersetOf({Str_FormatWide(L"OpenProcess failed, process=%ld, error=5\n", closed.ProcessId()),
                               std::wstring(L"Failed to get window process data\n"),
