@@ -6,7 +6,8 @@
 
 namespace quarry {
 
-/// The library's settings, each a REG_SZ directly under the settings key or its policy twin.
+/// The library's settings, each a REG_SZ directly under the settings key or its policy twin: the first entries of
+/// kSettings (settingTable.h).
 enum class Setting {
   IconCacheDir = 0,          ///< folder of the PNG icon cache; empty for the built-in default
   ScanHidden = 1,            ///< scan hidden files and folders too

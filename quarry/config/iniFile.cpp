@@ -23,10 +23,14 @@ DWORD ReadProfile(const std::wstring& path, const wchar_t* section, const wchar_
 
 IniFile::IniFile(std::wstring path) : path_(std::move(path)) {}
 
-std::vector<std::wstring> IniFile::GetSectionNames() const {
+std::vector<std::wstring> IniFile::GetSectionNames() const { return GetNames(nullptr); }
+
+std::vector<std::wstring> IniFile::GetKeyNames(const std::wstring& section) const { return GetNames(section.c_str()); }
+
+std::vector<std::wstring> IniFile::GetNames(const wchar_t* section) const {
   // Zeroed and one longer than the function is told, so that the list ends even where the function does not end it.
   std::vector<wchar_t> buffer(kCapacity + 1, L'\0');
-  const DWORD length = ReadProfile(path_, nullptr, nullptr, buffer);
+  const DWORD length = ReadProfile(path_, section, nullptr, buffer);
   if (length == 0 || length > kLongestNameList) return {};
 
   std::vector<std::wstring> names;
@@ -39,6 +43,16 @@ std::wstring IniFile::GetString(const std::wstring& section, const std::wstring&
   const DWORD length = ReadProfile(path_, section.c_str(), key.c_str(), buffer);
   if (length == 0 || length > kLongestValue) return {};
   return {buffer.data(), length};
+}
+
+bool IniFile::HasTooManySections() const {
+  std::vector<wchar_t> buffer(kCapacity + 1, L'\0');
+  return ReadProfile(path_, nullptr, nullptr, buffer) > kLongestNameList;
+}
+
+bool IniFile::IsTooLong(const std::wstring& section, const std::wstring& key) const {
+  std::vector<wchar_t> buffer(kCapacity, L'\0');
+  return ReadProfile(path_, section.c_str(), key.c_str(), buffer) > kLongestValue;
 }
 
 }  // namespace quarry

@@ -82,13 +82,18 @@ KeyState InspectKey(const std::wstring& keyPath, bool checkAcl) {
 Registry::Registry(std::wstring root, bool policyFirst) : root_(std::move(root)), policyFirst_(policyFirst) {}
 
 template <typename Read>
-LSTATUS Registry::ReadPolicyFirst(const std::wstring& subkey, Read read) const {
-  if (policyFirst_ && read(KeyPath(L"SOFTWARE\\Policies", root_, subkey)) == ERROR_SUCCESS) return ERROR_SUCCESS;
-  return read(KeyPath(L"SOFTWARE", root_, subkey));
+LSTATUS Registry::ReadPolicyFirst(const std::wstring& subkey, RegistryBranch* branch, Read read) const {
+  const bool isPolicy = policyFirst_ && read(KeyPath(L"SOFTWARE\\Policies", root_, subkey)) == ERROR_SUCCESS;
+  const LSTATUS status = isPolicy ? ERROR_SUCCESS : read(KeyPath(L"SOFTWARE", root_, subkey));
+  if (status == ERROR_SUCCESS && branch != nullptr) {
+    *branch = isPolicy ? RegistryBranch::Policy : RegistryBranch::Ordinary;
+  }
+  return status;
 }
 
-LSTATUS Registry::ReadDword(const std::wstring& subkey, const std::wstring& valueName, std::uint32_t& out) const {
-  return ReadPolicyFirst(subkey, [&](const std::wstring& keyPath) {
+LSTATUS Registry::ReadDword(const std::wstring& subkey, const std::wstring& valueName, std::uint32_t& out,
+                            RegistryBranch* branch) const {
+  return ReadPolicyFirst(subkey, branch, [&](const std::wstring& keyPath) {
     std::vector<BYTE> data;
     const LSTATUS status = ReadValue(keyPath, valueName, REG_DWORD, data);
     if (status == ERROR_SUCCESS) std::memcpy(&out, data.data(), sizeof(out));
@@ -96,8 +101,9 @@ LSTATUS Registry::ReadDword(const std::wstring& subkey, const std::wstring& valu
   });
 }
 
-LSTATUS Registry::ReadString(const std::wstring& subkey, const std::wstring& valueName, std::wstring& out) const {
-  return ReadPolicyFirst(subkey, [&](const std::wstring& keyPath) {
+LSTATUS Registry::ReadString(const std::wstring& subkey, const std::wstring& valueName, std::wstring& out,
+                             RegistryBranch* branch) const {
+  return ReadPolicyFirst(subkey, branch, [&](const std::wstring& keyPath) {
     std::vector<BYTE> data;
     const LSTATUS status = ReadValue(keyPath, valueName, REG_SZ, data);
     if (status != ERROR_SUCCESS) return status;

@@ -9,8 +9,8 @@
 
 namespace quarry {
 
-/// The library's own settings key, below SOFTWARE\ and SOFTWARE\Policies\.
-inline constexpr wchar_t kSettingsRoot[] = L"Velkor, Inc.\\Velkor Quarry";
+/// The two keys that a value can come from: SOFTWARE\Policies\`root` and SOFTWARE\`root`.
+enum class RegistryBranch { Policy, Ordinary };
 
 /// Reads values of the local machine's registry below SOFTWARE\`root`. With `policyFirst` each read is tried below
 /// SOFTWARE\Policies\`root` before, so that a group policy overrides the ordinary value.
@@ -21,11 +21,13 @@ class Registry {
 
   /// Reads a REG_DWORD. Returns a Windows error code: 0 when `out` was set, 2 when the value is missing under every
   /// key (which is silent), 13 when it is of another type. Other errors are logged and returned. `out` stays as it was
-  /// on failure.
-  LSTATUS ReadDword(const std::wstring& subkey, const std::wstring& valueName, std::uint32_t& out) const;
+  /// on failure, as does `branch`, which may be null: it tells where the value was found.
+  LSTATUS ReadDword(const std::wstring& subkey, const std::wstring& valueName, std::uint32_t& out,
+                    RegistryBranch* branch = nullptr) const;
 
   /// The same for a REG_SZ, cut at its first NUL whether or not it has one.
-  LSTATUS ReadString(const std::wstring& subkey, const std::wstring& valueName, std::wstring& out) const;
+  LSTATUS ReadString(const std::wstring& subkey, const std::wstring& valueName, std::wstring& out,
+                     RegistryBranch* branch = nullptr) const;
 
   /// Tells whether the key exists under one of the paths. With `checkAcl` every one that exists must also be writable
   /// by administrators only, since each can supply values.
@@ -33,7 +35,7 @@ class Registry {
 
  private:
   template <typename Read>
-  LSTATUS ReadPolicyFirst(const std::wstring& subkey, Read read) const;
+  LSTATUS ReadPolicyFirst(const std::wstring& subkey, RegistryBranch* branch, Read read) const;
 
   std::wstring root_;
   bool policyFirst_;

@@ -1,6 +1,7 @@
 #include "quarry/facade/quarryImpl.h"
 
 #include "quarry/apps/abstractApp.h"
+#include "quarry/config/settingTable.h"
 #include "quarry/fileTypes/registeredExtensionsImpl.h"
 #include "quarry/icons/hash.h"
 #include "quarry/launch/hiddenWindow.h"

@@ -1,6 +1,7 @@
 #include "quarry/launch/launchPolicy.h"
 
 #include "quarry/config/registry.h"
+#include "quarry/config/settingTable.h"
 #include "quarry/diagnostics/log.h"
 #include "quarry/launch/clientDrivePath.h"
 #include "quarry/launch/shortcutTarget.h"
@@ -213,9 +214,10 @@ std::wstring QuoteArgument(const std::wstring& argument) {
 
 bool IsDriveRedirectionDisabled() {
   Log(LogLevel::Detail, L"Check Policies for Client Drive Redirection\n");
-  const Registry policies(L"Policies\\Microsoft\\Windows NT\\Terminal Services", false);
-  std::uint32_t disabled = 0;
-  if (policies.ReadDword(L"", L"fDisableCdm", disabled) != ERROR_SUCCESS || disabled == 0) return false;
+  constexpr SettingEntry kPolicy = kDriveRedirectionDisabled;
+  const Registry policies(kPolicy.root, kPolicy.policyFirst);
+  std::uint32_t disabled = kPolicy.defaultNumber;
+  if (policies.ReadDword(kPolicy.subkey, kPolicy.valueName, disabled) != ERROR_SUCCESS || disabled == 0) return false;
   Log(LogLevel::Warning, L"Client Drive Redirection is disabled by policy\n");
   return true;
 }

@@ -1,6 +1,7 @@
 #include "quarry/launch/launcher.h"
 
 #include "quarry/apps/abstractApp.h"
+#include "quarry/config/settingTable.h"
 #include "quarry/diagnostics/log.h"
 #include "quarry/launch/launchPolicy.h"
 #include "quarry/paths/expandPath.h"
@@ -21,8 +22,7 @@ namespace quarry {
 
 namespace {
 
-constexpr std::uint32_t kDefaultFileTimeout = 15000;  // milliseconds
-constexpr DWORD kLookInterval = 100;                  // milliseconds
+constexpr DWORD kLookInterval = 100;  // milliseconds
 
 /// Hands the items to the handlers registered for the application, and starts the application itself for each item
 /// that they do not open or must not get.
@@ -150,8 +150,8 @@ std::uint32_t Launcher::OpenFilesAndUrls(ShellStart& start, LaunchItems items) c
 
 /// How long to wait for the files, in milliseconds.
 std::uint32_t Launcher::FileTimeout() const {
-  std::uint32_t timeout = kDefaultFileTimeout;
-  settings_.ReadDword(L"Config", L"RemoteFileOpenTimeoutMs", timeout);
+  std::uint32_t timeout = kRemoteFileTimeout.defaultNumber;
+  settings_.ReadDword(kRemoteFileTimeout.subkey, kRemoteFileTimeout.valueName, timeout);
   return timeout;
 }
 

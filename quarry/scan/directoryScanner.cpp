@@ -2,6 +2,7 @@
 
 #include "quarry/apps/abstractApp.h"
 #include "quarry/config/config.h"
+#include "quarry/config/settingTable.h"
 #include "quarry/diagnostics/log.h"
 #include "quarry/diagnostics/timers.h"
 #include "quarry/paths/expandPath.h"
@@ -17,10 +18,6 @@
 namespace quarry {
 
 namespace {
-
-// Each level of the walk takes stack of the host's thread. Paths of the classic length end at 130 levels; with long
-// paths a planted tree could be as deep as 16,000.
-constexpr int kDeepestLevel = 256;
 
 /// The entries of one folder, as the file system lists them.
 class Enumeration {

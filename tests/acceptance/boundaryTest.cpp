@@ -7,7 +7,6 @@
 #include <cstring>
 #include <functional>
 #include <regex>
-#include <tuple>
 #include <type_traits>
 #include <utility>
 
@@ -18,50 +17,34 @@ const QuarryFunctions& Functions() { return Library::Instance().Functions(); }
 
 HWND HiddenWindow() { return FindWindowExW(HWND_MESSAGE, nullptr, L"VelkorQuarryHiddenWindow", L"VelkorQuarry"); }
 
-// Values that no function would store.
-QuarryApplicationInfo* const kNoApps = reinterpret_cast<QuarryApplicationInfo*>(0x11);
-QuarryWindowInfo* const kNoWindows = reinterpret_cast<QuarryWindowInfo*>(0x22);
-void* const kNoData = reinterpret_cast<void*>(0x33);
-constexpr std::uint64_t kNoCount = 4711;
-
-/// Places for all outputs, and whether a call touched one.
+/// Places for all outputs, with values that no function would store.
 struct Outputs {
-  QuarryApplicationInfo* apps = kNoApps;
-  QuarryWindowInfo* windows = kNoWindows;
-  void* data = kNoData;
-  std::uint64_t count = kNoCount;
-
-  bool Untouched() const { return apps == kNoApps && windows == kNoWindows && data == kNoData && count == kNoCount; }
+  QuarryApplicationInfo* apps = reinterpret_cast<QuarryApplicationInfo*>(0x11);
+  QuarryWindowInfo* windows = reinterpret_cast<QuarryWindowInfo*>(0x22);
+  void* data = reinterpret_cast<void*>(0x33);
+  std::uint64_t count = 4711;
+  bool operator==(const Outputs&) const = default;
 };
 Outputs g_out;
-
-template <typename Pointed>
-void SetNull(Pointed*& pointer) {
-  pointer = nullptr;
-}
-template <typename Number>
-void SetNull(Number& /*number*/) {}
 
 /// Expects a call to be refused with null for each of the arguments that `needed` has a bit for, the first being the
 /// lowest, and while the library is not in use with good arguments too.
 template <typename Result, typename... Arguments>
 void ExpectRefused(bool inUse, unsigned needed, Result (*function)(Arguments...),
                    std::type_identity_t<Arguments>... good) {
-  for (std::size_t position = inUse ? 1 : 0; position <= sizeof...(Arguments); ++position) {
-    if (position != 0 && (needed >> (position - 1) & 1) == 0) continue;
-    std::tuple<Arguments...> arguments(good...);
-    [&]<std::size_t... Index>(std::index_sequence<Index...>) {
-      ((Index + 1 == position ? SetNull(std::get<Index>(arguments)) : void()), ...);
-    }
-    (std::index_sequence_for<Arguments...>());
+  const auto callWithout = [&]<std::size_t... Index>(unsigned null, std::index_sequence<Index...> /*positions*/) {
+    return function((null == 1U << Index ? Arguments{} : good)...);
+  };
+  for (unsigned null = inUse ? 1 : 0; null <= needed; null = null == 0 ? 1 : null << 1) {
+    if (null != 0 && (needed & null) == 0) continue;
     g_out = {};
     if constexpr (std::is_void_v<Result>) {
-      std::apply(function, arguments);
+      callWithout(null, std::index_sequence_for<Arguments...>());
     } else {
       const Result refusal = std::is_same_v<Result, std::uint32_t> ? Result(QUARRY_LAUNCH_REFUSED) : Result{};
-      EXPECT_EQ(std::apply(function, arguments), refusal) << "argument " << position;
+      EXPECT_EQ(callWithout(null, std::index_sequence_for<Arguments...>()), refusal) << "argument " << null;
     }
-    EXPECT_TRUE(g_out.Untouched()) << "argument " << position;
+    EXPECT_EQ(g_out, Outputs()) << "argument " << null;
   }
 }
 
@@ -125,15 +108,10 @@ TEST(HiddenWindow, LivesAsLongAsTheLibraryIsInUse) {
 
 TEST(Dll, HasTheDocumentedExportsOnlyAndPutsThemIntoTheTable) {
   const QuarryHost host;
-  const std::vector<std::string>& names = ExportNames();
-  std::vector<FARPROC> filled(names.size() - 1);
-  std::memcpy(filled.data(), host.operator->(), sizeof(QuarryFunctions));
-  for (std::size_t index = 0; index < filled.size(); ++index) {
-    EXPECT_EQ(filled[index], Library::Instance().Address(names[index + 1])) << names[index + 1];
-  }
-  for (std::size_t ordinal = 1; ordinal < names.size() + 5; ++ordinal) {
-    EXPECT_EQ(GetProcAddress(Library::Instance().Module(), MAKEINTRESOURCEA(ordinal)) != nullptr,
-              ordinal <= names.size());
+  EXPECT_EQ(std::memcmp(&Functions(), host.operator->(), sizeof(QuarryFunctions)), 0);  // the former by their names
+  const std::size_t count = ExportNames().size();
+  for (std::size_t ordinal = 1; ordinal < count + 5; ++ordinal) {
+    EXPECT_EQ(GetProcAddress(Library::Instance().Module(), MAKEINTRESOURCEA(ordinal)) != nullptr, ordinal <= count);
   }
 }
 
@@ -229,7 +207,7 @@ TEST_F(Boundary, ScanWithPathsFindsNothingAndUnknownIconsHaveNoData) {
   const wchar_t* const paths[] = {folder_.Path().c_str(), nullptr};
   g_out = {};
   host->ScanApplications(paths, 2, &g_out.apps, &g_out.count);
-  EXPECT_EQ(std::exchange(g_out.count, kNoCount), 0U);
+  EXPECT_EQ(std::exchange(g_out, {}), Outputs{.count = 0});
   const LogLine noPaths = {1, L"Filter name has no paths\n"};
   const LogLine noApps = {3, L"Filter returned 0 apps"};
   EXPECT_THAT(HostLog::Lines(), ElementsAre(noPaths, noApps, noPaths, noApps));
@@ -237,8 +215,7 @@ TEST_F(Boundary, ScanWithPathsFindsNothingAndUnknownIconsHaveNoData) {
   HostLog::Clear();
   EXPECT_EQ(host->GetIcon(L"d41d8cd9"), nullptr);
   EXPECT_EQ(host->GetIconData(L"d41d8cd9", &g_out.data, &g_out.count), 0);
-  EXPECT_EQ(std::exchange(g_out.count, kNoCount), 0U);
-  EXPECT_TRUE(g_out.Untouched());
+  EXPECT_EQ(g_out, Outputs{.count = 0});
   EXPECT_THAT(HostLog::Lines(), ElementsAre(LogLine{0, L"Unknown icon d41d8cd9\n"}));
 }
 
@@ -265,26 +242,18 @@ void* CallocUntilRefused(std::size_t count, std::size_t size) {
 
 TEST_F(Boundary, RecordsThatFindNoMemoryAreLoggedAndLeaveNothing) {
   const QuarryHost host(true);
-  const struct {
-    std::size_t size;
-    int passed;
-    const wchar_t* name;
-    std::function<const void*()> call;
-  } calls[] = {
-      {sizeof(QuarryApplicationInfo), 0, L"Application", [&] { return host->GetApplication(exe_.c_str()); }},
-      {sizeof(QuarryExtensionEntry), 0, L"ApplicationRegisteredExtensions",
-       [&] { return host->GetApplicationRegisteredExtensions(exe_.c_str()); }},
-      {sizeof(QuarryExtensionList), 1, L"ApplicationRegisteredExtensions",
-       [&] { return host->GetApplicationRegisteredExtensions(exe_.c_str()); }},
-  };
-  const ReplacedImport calloc(Library::Instance().Module(), "msvcrt.dll", "calloc", CallocUntilRefused);
-  for (const auto& [size, passed, name, call] : calls) {
+  const auto expectFailure = [&](const wchar_t* name, const auto get, std::size_t size, int passed) {
     HostLog::Clear();
     g_refusedSize = size;
     g_blocksToPass = passed;
-    EXPECT_EQ(call(), nullptr) << name;
-    EXPECT_EQ(HostLog::Count(0, L"Quarry_Get" + std::wstring(name) + L" failed: std::bad_alloc\n"), 1U) << name;
-  }
+    EXPECT_EQ(get(exe_.c_str()), nullptr) << size;
+    EXPECT_EQ(HostLog::Count(0, Str_FormatWide(L"Quarry_Get%s failed: std::bad_alloc\n", name)), 1U) << size;
+  };
+  const ReplacedImport calloc(Library::Instance().Module(), "msvcrt.dll", "calloc", CallocUntilRefused);
+  expectFailure(L"Application", host->GetApplication, sizeof(QuarryApplicationInfo), 0);
+  const wchar_t* const extensions = L"ApplicationRegisteredExtensions";
+  expectFailure(extensions, host->GetApplicationRegisteredExtensions, sizeof(QuarryExtensionEntry), 0);
+  expectFailure(extensions, host->GetApplicationRegisteredExtensions, sizeof(QuarryExtensionList), 1);
   // Without any memory there is none for the exception either, nor for the message.
   const ReplacedImport malloc(
       Library::Instance().Module(), "msvcrt.dll", "malloc", +[](std::size_t /*size*/) -> void* { return nullptr; });

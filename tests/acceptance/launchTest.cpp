@@ -255,6 +255,9 @@ TEST_F(Launch, GivesInterpretersOnlyWhatTheyTakeAsOneArgument) {
       {programs_.Program(L"WScript.exe"), everyBatch},
       {programs_.Program(L"cmd.exe"), L"&|<>^" + everyBatch},
       {programs_.Folder() / L"echo", L"&|<>^" + everyBatch},  // whatever the shell finds
+      {programs_.Folder().WriteLink(L"Prompt.lnk", L"C:\\windows\\system32\\cmd.exe",
+                                    {.arguments = L"/c " + WriteBatch(L"start.bat")}),
+       L"&|<>^" + everyBatch},
       {programs_.Program(L"PowerShell.EXE"), all},
       {WriteLink(L"Shell.lnk", programs_.Program(L"pwsh.exe")), all, L"from-link "},
       {programs_.Program(L"mshta.exe"), all},
@@ -278,19 +281,6 @@ TEST_F(Launch, GivesInterpretersOnlyWhatTheyTakeAsOneArgument) {
     EXPECT_THAT(programs_.Take(2),
                 UnorderedElementsAre(before + plain, before + Str_FormatWide(L"\"%s\"", taken.c_str())));
   }
-}
-
-TEST_F(Launch, KeepsThePromptFromRunningWhatAClientNames) {
-  const ClientDrive drive;
-  drive.Write(L"a&calc.exe");
-  const std::wstring link = programs_.Folder().WriteLink(L"Prompt.lnk", L"C:\\windows\\system32\\cmd.exe",
-                                                         {.arguments = L"/c " + WriteBatch(L"start.bat")});
-  const Parameters items = {{L"url", L"https://h/?a=1&" + program_},
-                            {L"file-path", L"\\\\tsclient\\C\\a&calc.exe"},
-                            {L"url", L"https://plain"}};
-  EXPECT_EQ(Run(link, 0, L"", L"", items), QUARRY_LAUNCH_FAILED);
-  EXPECT_EQ(HostLog::Count(0, L"ShellExecuteEx failed, error = 160\n"), 2U);
-  EXPECT_THAT(programs_.Take(1), ElementsAre(L"\"https://plain\""));
 }
 
 TEST_F(Launch, WaitsForRedirectedFilesAndReportsThoseThatDoNotAppear) {

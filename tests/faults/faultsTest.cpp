@@ -1,11 +1,12 @@
 // One call of the platform fails, anywhere in a host's day: what the library then gives is sound, the next day is as if
 // nothing had been, and nothing is left. A worker process spends the days, so that one that dies names its fault.
 
-#include "tests/faults/hostDays.h"
+#include "tests/support/hostDays.h"
 #include "tests/support/hostTest.h"
 #include "tests/support/importTable.h"
 
 #include <iostream>
+#include <iterator>
 #include <set>
 #include <sstream>
 
@@ -23,70 +24,25 @@ struct Fault {
   std::uint64_t call;
 };
 
+std::set<std::string> Words(const char* text) {
+  std::istringstream words(text);
+  return {std::istream_iterator<std::string>(words), {}};
+}
+
 /// Those that give something back, that only look at memory, or that the compiler's run time has for itself.
 bool CanFail(const Import& import) {
-  static const std::set<std::string> kFromRuntime = {"malloc",  "calloc",  "realloc",
-                                                     "_wcsdup", "_fdopen", "_open_osfhandle"};
-  static const std::set<std::string> kNever = {"AddVectoredExceptionHandler",
-                                               "CallNextHookEx",
-                                               "CloseHandle",
-                                               "CoTaskMemFree",
-                                               "CoUninitialize",
-                                               "CompareFileTime",
-                                               "CryptDestroyHash",
-                                               "CryptReleaseContext",
-                                               "DefWindowProcW",
-                                               "DeleteCriticalSection",
-                                               "DeleteObject",
-                                               "DestroyIcon",
-                                               "DestroyWindow",
-                                               "EnterCriticalSection",
-                                               "EqualSid",
-                                               "FindClose",
-                                               "FreeLibrary",
-                                               "FreeSid",
-                                               "GdipDisposeImage",
-                                               "GdiplusShutdown",
-                                               "GetACP",
-                                               "GetCurrentProcess",
-                                               "GetCurrentProcessId",
-                                               "GetCurrentThread",
-                                               "GetCurrentThreadId",
-                                               "GetLastError",
-                                               "GetLengthSid",
-                                               "GetSystemTimeAsFileTime",
-                                               "GetTickCount64",
-                                               "InitializeCriticalSection",
-                                               "IsDBCSLeadByteEx",
-                                               "IsDebuggerPresent",
-                                               "IsWindow",
-                                               "LeaveCriticalSection",
-                                               "LocalFree",
-                                               "LockResource",
-                                               "OutputDebugStringA",
-                                               "QueryPerformanceCounter",
-                                               "QueryPerformanceFrequency",
-                                               "RaiseException",
-                                               "RegCloseKey",
-                                               "ReleaseDC",
-                                               "ReleaseSemaphore",
-                                               "RtlCaptureContext",
-                                               "RtlLookupFunctionEntry",
-                                               "RtlUnwindEx",
-                                               "RtlVirtualUnwind",
-                                               "SetLastError",
-                                               "Sleep",
-                                               "TlsAlloc",
-                                               "TlsGetValue",
-                                               "TlsSetValue",
-                                               "TryEnterCriticalSection",
-                                               "UnhookWindowsHookEx",
-                                               "UnmapViewOfFile",
-                                               "VirtualAlloc",
-                                               "VirtualFree",
-                                               "VirtualProtect",
-                                               "VirtualQuery",
-                                               "__C_specific_handler"};
+  static const std::set<std::string> kFromRuntime = Words("malloc calloc realloc _wcsdup _fdopen _open_osfhandle");
+  static const std::set<std::string> kNever = Words(
+      "AddVectoredExceptionHandler CallNextHookEx CloseHandle CoTaskMemFree CoUninitialize CompareFileTime "
+      "CryptDestroyHash CryptReleaseContext DefWindowProcW DeleteCriticalSection DeleteObject DestroyIcon "
+      "DestroyWindow EnterCriticalSection EqualSid FindClose FreeLibrary FreeSid GdipDisposeImage "
+      "GdiplusShutdown GetACP GetCurrentProcess GetCurrentProcessId GetCurrentThread GetCurrentThreadId "
+      "GetLastError GetLengthSid GetSystemTimeAsFileTime GetTickCount64 InitializeCriticalSection "
+      "IsDBCSLeadByteEx IsDebuggerPresent IsWindow LeaveCriticalSection LocalFree LockResource "
+      "OutputDebugStringA QueryPerformanceCounter QueryPerformanceFrequency RaiseException RegCloseKey "
+      "ReleaseDC ReleaseSemaphore RtlCaptureContext RtlLookupFunctionEntry RtlUnwindEx RtlVirtualUnwind "
+      "SetLastError Sleep TlsAlloc TlsGetValue TlsSetValue TryEnterCriticalSection UnhookWindowsHookEx "
+      "UnmapViewOfFile VirtualAlloc VirtualFree VirtualProtect VirtualQuery __C_specific_handler");
   return import.library == "msvcrt.dll" ? kFromRuntime.contains(import.function) : !kNever.contains(import.function);
 }
 
@@ -98,33 +54,21 @@ std::vector<Import> ThatCanFail() {
 
 /// By the documentation of each function; most answer 0.
 Failure FailureOf(const std::string& function) {
-  constexpr std::uint64_t kInvalidHandle = ~std::uint64_t{0};
-  constexpr std::uint64_t kOutOfMemory = 0x8007000E;
-  static const std::map<std::string, std::uint64_t> kResults = {
-      {"AssocQueryStringW", kOutOfMemory},
-      {"CoCreateInstance", kOutOfMemory},
-      {"CoInitializeEx", kOutOfMemory},
-      {"CreateStreamOnHGlobal", kOutOfMemory},
-      {"PathCreateFromUrlW", kOutOfMemory},
-      {"SHAssocEnumHandlers", kOutOfMemory},
-      {"SHGetFolderPathW", kOutOfMemory},
-      {"SHGetKnownFolderPath", kOutOfMemory},
-      {"SHLoadIndirectString", kOutOfMemory},
-      {"CreateFileA", kInvalidHandle},
-      {"CreateFileW", kInvalidHandle},
-      {"FindFirstFileExW", kInvalidHandle},
-      {"GetFileAttributesW", INVALID_FILE_ATTRIBUTES},
-      {"WaitForMultipleObjects", WAIT_FAILED},
-      {"WaitForSingleObject", WAIT_FAILED},
-      {"GetExplicitEntriesFromAclW", ERROR_NOT_ENOUGH_MEMORY},
-      {"GetNamedSecurityInfoW", ERROR_NOT_ENOUGH_MEMORY},
-      {"GetSecurityInfo", ERROR_NOT_ENOUGH_MEMORY},
-      {"SHCreateDirectoryExW", ERROR_NOT_ENOUGH_MEMORY},
+  static const std::pair<std::uint64_t, std::set<std::string>> kResults[] = {
+      {0x8007000E,  // E_OUTOFMEMORY
+       Words("AssocQueryStringW CoCreateInstance CoInitializeEx CreateStreamOnHGlobal PathCreateFromUrlW "
+             "SHAssocEnumHandlers SHGetFolderPathW SHGetKnownFolderPath SHLoadIndirectString")},
+      {~std::uint64_t{0}, Words("CreateFileA CreateFileW FindFirstFileExW")},
+      {INVALID_FILE_ATTRIBUTES, Words("GetFileAttributesW")},
+      {WAIT_FAILED, Words("WaitForMultipleObjects WaitForSingleObject")},
+      {ERROR_NOT_ENOUGH_MEMORY,
+       Words("GetExplicitEntriesFromAclW GetNamedSecurityInfoW GetSecurityInfo SHCreateDirectoryExW")},
   };
   if (function.starts_with("Reg") && function != "RegisterClassW") return {ERROR_NOT_ENOUGH_MEMORY};
   if (function.starts_with("Gdip") || function == "GdiplusStartup") return {3};  // OutOfMemory
-  const auto found = kResults.find(function);
-  return found == kResults.end() ? Failure{} : Failure{found->second};
+  const auto* const found = std::find_if(std::begin(kResults), std::end(kResults),
+                                         [&](const auto& result) { return result.second.contains(function); });
+  return found == std::end(kResults) ? Failure{} : Failure{found->first};
 }
 
 /// The faults of a day: the first and a few later calls of each function, or many of them.

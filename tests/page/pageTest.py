@@ -50,6 +50,21 @@ class Page(unittest.TestCase):
         self.browser.open((WORK / 'page.html').as_uri())
         self.browser.log()
 
+    def open_many(self, count):
+        """The same page with that many applications and folders left out; how long the list took to be there, in ms."""
+        text = (WORK / 'page.html').read_text(encoding='utf-8')
+        head, rest = text.split('id="data">', 1)
+        data, tail = rest.split('</script>', 1)
+        data = json.loads(data)
+        names = [f'Program {number}' for number in range(count)]
+        data['applications'] = [data['applications'][number % 3] | {'productName': name, 'companyName': f'Maker {number % 7}'}
+                                for number, name in enumerate(names)]
+        data['leftOut'] = [{'path': f'C:\\<left>\\{name}', 'reason': 'hidden'} for name in names]
+        (WORK / 'many.html').write_text(head + 'id="data">' + json.dumps(data).replace('<', '\\u003c') + '</script>' + tail,
+                                        encoding='utf-8')
+        self.browser.open((WORK / 'many.html').as_uri())
+        return self.browser.run('return performance.now()')
+
     def shown(self):
         return self.browser.run('return [...document.querySelectorAll(".app")].filter((app) => app.checkVisibility())'
                                 '.map((app) => app.querySelector("h2").textContent)')
@@ -96,6 +111,37 @@ class Page(unittest.TestCase):
         self.browser.press('body', '/')
         self.assertEqual(self.browser.run('return document.activeElement.id'), 'search')
         self.assertEqual(self.browser.log(), [])
+
+    def test_keys_and_order_go_through_the_list(self):
+        focused = 'return document.activeElement.querySelector("h2")?.textContent ?? document.activeElement.id'
+        self.browser.press('#search', '\ue015\ue015')  # Down, Down
+        self.assertEqual(self.browser.run(focused), self.shown()[1])
+        self.browser.press('.app:focus', '\ue013\ue013')  # Up, Up
+        self.assertEqual(self.browser.run(focused), 'search')
+        for key in ('name', 'path', 'company', ''):
+            self.browser.run('const order = document.getElementById("order"); order.value = arguments[0];'
+                             'order.dispatchEvent(new Event("change"));', key)
+            value = {'name': self.name, 'path': lambda app: app['path'], 'company': lambda app: app['companyName']}.get(key)
+            expected = sorted(self.applications, key=lambda app: value(app).lower()) if value else self.applications
+            self.assertEqual(self.shown(), [self.name(application) for application in expected], key)
+
+    def test_five_thousand_applications_are_listed_and_found(self):
+        times = [self.open_many(5000)]
+        self.assertEqual(len(self.shown()), 5000)
+        self.assertEqual(self.browser.run('return document.getElementById("leftOutTitle").textContent'), 'Not published: 5000')
+        times.append(self.browser.run('const start = performance.now(); const search = document.getElementById("search");'
+                                      'search.value = "<left> 4321"; search.dispatchEvent(new Event("input"));'
+                                      'document.body.offsetHeight; return performance.now() - start'))
+        self.assertEqual((self.shown(), self.browser.run('return document.getElementById("leftOutTitle").textContent')),
+                         ([], 'Not published: 1'))
+        print(f'5000 applications: list after {times[0]:.0f} ms, found after {times[1]:.0f} ms')
+
+    def test_narrow_and_printed_pages_lose_nothing(self):
+        for width, height in ((400, 800), (1280, 1000)):
+            self.browser.resize(width, height)
+            self.assertLessEqual(self.browser.run('return document.documentElement.scrollWidth'), width)
+            (WORK / f'page{width}.png').write_bytes(base64.b64decode(self.browser.screenshot()))
+        (WORK / 'page.pdf').write_bytes(base64.b64decode(self.browser.print()))
 
     def test_theme_button_changes_the_colours(self):
         colour = 'return getComputedStyle(document.body).backgroundColor'

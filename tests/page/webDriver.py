@@ -50,6 +50,13 @@ class Browser:
         """What the page's console has shown since the last call: errors of scripts, requests that were refused."""
         return [entry['message'] for entry in self._post(f'{self._session}/se/log', {'type': 'browser'})]
 
+    def resize(self, width, height):
+        self._post(f'{self._session}/window/rect', {'width': width, 'height': height})
+
+    def print(self):
+        """A PDF, in Base64."""
+        return self._post(f'{self._session}/print', {})
+
     def screenshot(self):
         """A PNG of the window, in base64."""
         return self._call('GET', f'{self._session}/screenshot')

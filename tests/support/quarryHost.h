@@ -125,6 +125,16 @@ class QuarryHost {
   IconRecord GetApplicationIcon(const QuarryApplicationInfo& app, std::uint64_t index) const {
     return IconRecord(functions_.GetApplicationIcon(&app, index));
   }
+  /// The bytes of an icon's file; none when the library gives none.
+  std::vector<std::uint8_t> GetIconData(const std::wstring& name) const {
+    void* data = nullptr;
+    std::uint64_t size = 0;
+    if (functions_.GetIconData(name.c_str(), &data, &size) != 1) return {};
+    const auto* const first = static_cast<const std::uint8_t*>(data);
+    std::vector<std::uint8_t> bytes(first, first + size);
+    functions_.FreeIconData(data);
+    return bytes;
+  }
   ExtensionRecord GetRegisteredExtensions(const std::wstring& path) const {
     return ExtensionRecord(functions_.GetApplicationRegisteredExtensions(path.c_str()));
   }

@@ -2,7 +2,7 @@
 
 #include "lib/misc/platformHandles.h"
 
-#include <sddl.h>
+#include "tests/support/temporaryFolder.h"
 
 #include <system_error>
 #include <utility>
@@ -85,11 +85,8 @@ void RegistryFixture::Clear() const {
 }
 
 void RegistryFixture::SetDacl(std::wstring_view subkey, const std::wstring& sddl) const {
-  PSECURITY_DESCRIPTOR descriptor = nullptr;
-  ConvertStringSecurityDescriptorToSecurityDescriptorW(sddl.c_str(), SDDL_REVISION_1, &descriptor, nullptr);
-  const UniqueLocal<void> owner(descriptor);
   const UniqueRegistryKey key = MakeKey(root_, PathOf(subkey), WRITE_DAC | view_);
-  Check(RegSetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, descriptor), "RegSetKeySecurity");
+  Check(RegSetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, SecurityDescriptor(sddl).get()), "RegSetKeySecurity");
 }
 
 }  // namespace quarry::test

@@ -78,12 +78,15 @@ std::wstring FolderOf(const std::wstring& path) { return path.substr(0, path.rfi
 
 }  // namespace
 
-void OpenToEveryone(const std::wstring& path) {
+UniqueLocal<void> SecurityDescriptor(const std::wstring& sddl) {
   PSECURITY_DESCRIPTOR descriptor = nullptr;
-  const BOOL made = ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:P(A;OICI;FA;;;BA)(A;OICI;FA;;;WD)",
-                                                                         SDDL_REVISION_1, &descriptor, nullptr);
-  const UniqueLocal<void> owner(descriptor);
-  if (!made || !SetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, descriptor)) Fail("SetFileSecurityW", path);
+  ConvertStringSecurityDescriptorToSecurityDescriptorW(sddl.c_str(), SDDL_REVISION_1, &descriptor, nullptr);
+  return UniqueLocal<void>(descriptor);
+}
+
+void OpenToEveryone(const std::wstring& path) {
+  const UniqueLocal<void> rights = SecurityDescriptor(L"D:P(A;OICI;FA;;;BA)(A;OICI;FA;;;WD)");
+  if (!SetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, rights.get())) Fail("SetFileSecurityW", path);
 }
 
 std::wstring LongPath(const std::wstring& path) { return L"\\\\?\\" + path; }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "lib/misc/platformHandles.h"
+
 #include "tools/linkMaker/shortcut.h"
 
 #include <cstdint>
@@ -41,6 +43,9 @@ class TemporaryFolder {
  private:
   std::wstring path_;
 };
+
+/// From its text. Null when the platform does not understand that.
+UniqueLocal<void> SecurityDescriptor(const std::wstring& sddl);
 
 /// Gives the file or folder at `path` a DACL that lets Everyone write. Throws std::filesystem::filesystem_error.
 void OpenToEveryone(const std::wstring& path);

@@ -8,7 +8,8 @@ import sys
 ROOT, BUILD = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
 WORK = BUILD / pathlib.Path(sys.argv[0]).stem
 WINDOWS = ROOT / 'build/wine/tests/drive_c/windows'
-COMMAND = [ROOT / 'scripts/wine.sh', '--prefix', 'tests', BUILD / 'bin/quarryctl.exe']
+WINE = [ROOT / 'scripts/wine.sh', '--prefix', 'tests']
+COMMAND = [*WINE, BUILD / 'bin/quarryctl.exe']
 
 
 def make_work_folder():

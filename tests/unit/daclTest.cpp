@@ -13,77 +13,60 @@
 namespace quarry::test {
 namespace {
 
-std::wstring g_lastMessage;
-
-void Record(std::uint32_t /*level*/, const wchar_t* message) { g_lastMessage = message; }
-
-/// A security descriptor from a text, without a file or key behind it.
-class Descriptor {
- public:
-  explicit Descriptor(const wchar_t* text) {
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    ConvertStringSecurityDescriptorToSecurityDescriptorW(text, SDDL_REVISION_1, &descriptor, nullptr);
-    owner_ = UniqueLocal<void>(descriptor);
+/// A security descriptor without a file or key behind it.
+struct Descriptor {
+  explicit Descriptor(const std::wstring& text) : whole(SecurityDescriptor(text)) {
+    BOOL ignored = FALSE;
+    GetSecurityDescriptorDacl(whole.get(), &ignored, &dacl, &ignored);
   }
-  PSECURITY_DESCRIPTOR get() const { return owner_.get(); }
-  PACL Dacl() const {
-    BOOL present = FALSE;
-    BOOL defaulted = FALSE;
-    PACL acl = nullptr;
-    GetSecurityDescriptorDacl(get(), &present, &acl, &defaulted);
-    return acl;
-  }
-  ACCESS_ALLOWED_ACE* FirstEntry() const { return reinterpret_cast<ACCESS_ALLOWED_ACE*>(Dacl() + 1); }
+  ACCESS_ALLOWED_ACE* FirstEntry() const { return reinterpret_cast<ACCESS_ALLOWED_ACE*>(dacl + 1); }
 
- private:
-  UniqueLocal<void> owner_;
+  UniqueLocal<void> whole;
+  PACL dacl = nullptr;
 };
 
-/// A well-known SID.
-struct Sid {
-  explicit Sid(WELL_KNOWN_SID_TYPE type) { CreateWellKnownSid(type, nullptr, bytes, &size); }
-  alignas(DWORD) BYTE bytes[SECURITY_MAX_SID_SIZE];
-  DWORD size = sizeof(bytes);
-};
+UniqueLocal<void> Sid(const wchar_t* text) {
+  PSID sid = nullptr;
+  ConvertStringSidToSidW(text, &sid);
+  return UniqueLocal<void>(sid);
+}
 
 TEST(Dacl, FirstEntryForEveryoneDecidesWhetherAFolderIsWritable) {
-  Sid world(WinWorldSid);
+  const UniqueLocal<void> world = Sid(L"WD");
   for (const auto& [text, writable] : {std::pair(L"D:", false),
                                        {L"D:(A;;FA;;;BU)", false},
                                        {L"D:(A;;FA;;;BU)(A;;0x2;;;WD)(D;;0x2;;;WD)", true},
                                        {L"D:(D;;0x10;;;WD)(A;;FA;;;WD)", false},
                                        {L"D:(A;;FR;;;WD)(A;;FA;;;WD)", false}}) {
-    EXPECT_EQ(IsDaclWorldWritable(Descriptor(text).Dacl(), world.bytes), writable) << text;
+    EXPECT_EQ(IsDaclWorldWritable(Descriptor(text).dacl, world.get()), writable) << text;
   }
   // Damaged entries are neither read beyond nor taken for a grant.
   const Descriptor descriptor(L"D:(A;;FA;;;WD)");
   auto* const ace = descriptor.FirstEntry();
   auto* const sid = reinterpret_cast<SID*>(&ace->SidStart);
   sid->SubAuthorityCount = 15;  // longer than the entry that holds it
-  EXPECT_EQ(IsDaclWorldWritable(descriptor.Dacl(), world.bytes), false);
+  EXPECT_EQ(IsDaclWorldWritable(descriptor.dacl, world.get()), false);
   sid->SubAuthorityCount = 1;
-  EXPECT_EQ(IsDaclWorldWritable(descriptor.Dacl(), world.bytes), true);
+  EXPECT_EQ(IsDaclWorldWritable(descriptor.dacl, world.get()), true);
   ace->Header.AceType = 0x42;
-  descriptor.Dacl()->AceCount = 9;  // more than there are
-  EXPECT_EQ(IsDaclWorldWritable(descriptor.Dacl(), world.bytes), false);
+  descriptor.dacl->AceCount = 9;  // more than there are
+  EXPECT_EQ(IsDaclWorldWritable(descriptor.dacl, world.get()), false);
 }
 
 TEST(Dacl, KeyPassesWhenItIsEmptyButNotWithoutOne) {
-  Sid administrators(WinBuiltinAdministratorsSid);
-  SetLogCallback(Record);
-  EXPECT_TRUE(IsDaclAdminOnly(Descriptor(L"D:").Dacl(), administrators.bytes, L"K"));
-  EXPECT_EQ(g_lastMessage, L"");
-  EXPECT_FALSE(IsDaclAdminOnly(nullptr, administrators.bytes, L"K"));
-  EXPECT_EQ(g_lastMessage, L"Key K: Couldn't get security entries for key\n");
+  const UniqueLocal<void> administrators = Sid(L"BA");
+  HostLog::Clear();
+  SetLogCallback(HostLog::Record);
+  EXPECT_TRUE(IsDaclAdminOnly(Descriptor(L"D:").dacl, administrators.get(), L"K"));
+  EXPECT_FALSE(IsDaclAdminOnly(nullptr, administrators.get(), L"K"));
+  EXPECT_THAT(HostLog::Lines(), ElementsAre(LogLine{0, L"Key K: Couldn't get security entries for key\n"}));
   SetLogCallback(nullptr);
 }
 
 constexpr wchar_t kOwn[] = L"S-1-5-21-1-2-3-4";
 
 TEST(Trust, IsInAdministratorsTheSystemAndTheOwnUserOnly) {
-  PSID own = nullptr;
-  ASSERT_TRUE(ConvertStringSidToSidW(kOwn, &own));
-  const UniqueLocal<void> owner(own);
+  const UniqueLocal<void> owner = Sid(kOwn);
   const std::wstring installer = L"S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478464";
   const std::pair<std::wstring, Distrust> kCases[] = {
       {L"O:BAD:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;FRFX;;;BU)", Distrust::None},
@@ -105,9 +88,10 @@ TEST(Trust, IsInAdministratorsTheSystemAndTheOwnUserOnly) {
       {L"O:BAD:(D;;FA;;;WD)(A;;FRFX;;;WD)", Distrust::None},
   };
   for (const auto& [text, distrust] : kCases) {
-    EXPECT_EQ(JudgeDescriptor(Descriptor(text.c_str()).get(), own), distrust) << std::string(text.begin(), text.end());
+    EXPECT_EQ(JudgeDescriptor(Descriptor(text).whole.get(), owner.get()), distrust)
+        << std::string(text.begin(), text.end());
   }
-  EXPECT_EQ(JudgeDescriptor(Descriptor(kCases[3].first.c_str()).get(), nullptr), Distrust::ForeignOwner);
+  EXPECT_EQ(JudgeDescriptor(Descriptor(kCases[3].first).whole.get(), nullptr), Distrust::ForeignOwner);
 
   const Descriptor descriptor(L"O:BAD:(A;ID;FR;;;WD)");
   ACCESS_ALLOWED_ACE* const ace = descriptor.FirstEntry();
@@ -115,18 +99,18 @@ TEST(Trust, IsInAdministratorsTheSystemAndTheOwnUserOnly) {
     ace->Mask = 1U << bit;
     const bool adds = (ace->Mask & 0x116U) != 0;
     const bool exchanges = (ace->Mask & 0x500D'0040U) != 0;
-    EXPECT_EQ(JudgeDescriptor(descriptor.get(), own), exchanges ? Distrust::ForeignWriter
-                                                      : adds    ? Distrust::InheritedWriter
-                                                                : Distrust::None)
+    EXPECT_EQ(JudgeDescriptor(descriptor.whole.get(), owner.get()), exchanges ? Distrust::ForeignWriter
+                                                                    : adds    ? Distrust::InheritedWriter
+                                                                              : Distrust::None)
         << bit;
   }
   ace->Header.AceType = ACCESS_ALLOWED_OBJECT_ACE_TYPE;  // not understood
-  EXPECT_EQ(JudgeDescriptor(descriptor.get(), own), Distrust::ForeignWriter);
+  EXPECT_EQ(JudgeDescriptor(descriptor.whole.get(), owner.get()), Distrust::ForeignWriter);
   ace->Header.AceType = ACCESS_ALLOWED_ACE_TYPE;
   reinterpret_cast<SID*>(&ace->SidStart)->SubAuthorityCount = 15;  // longer than the entry that holds it
-  EXPECT_EQ(JudgeDescriptor(descriptor.get(), own), Distrust::ForeignWriter);
-  descriptor.Dacl()->AceCount = 9;  // more than there are
-  EXPECT_EQ(JudgeDescriptor(descriptor.get(), own), Distrust::Unreadable);
+  EXPECT_EQ(JudgeDescriptor(descriptor.whole.get(), owner.get()), Distrust::ForeignWriter);
+  descriptor.dacl->AceCount = 9;  // more than there are
+  EXPECT_EQ(JudgeDescriptor(descriptor.whole.get(), owner.get()), Distrust::Unreadable);
 }
 
 /// The function itself, whose import here is replaced.
@@ -144,7 +128,7 @@ DWORD WINAPI SeemingRights(HANDLE handle, SE_OBJECT_TYPE type, SECURITY_INFORMAT
     return Real(GetSecurityInfo, "GetSecurityInfo")(handle, type, what, owner, group, dacl, sacl, descriptor);
   }
   BOOL defaulted = FALSE;
-  ConvertStringSecurityDescriptorToSecurityDescriptorW(g_rights, SDDL_REVISION_1, descriptor, nullptr);
+  *descriptor = SecurityDescriptor(g_rights).release();
   GetSecurityDescriptorOwner(*descriptor, owner, &defaulted);
   return ERROR_SUCCESS;
 }

@@ -19,15 +19,19 @@ class CommandGroup {
   CommandGroup(CLI::App& parser, Command& chosen) : parser_(parser), chosen_(chosen) {}
 
   /// Adds a sub-command. `bind` binds its command line to the members of an `Options`, with which `run` does the work.
+  /// To the group that is returned further ones can be added, such as "filters check", one of which can be given.
   template <typename Options>
-  void Add(const char* name, const char* description, void (*bind)(CLI::App& command, Options& options),
-           ExitStatus (*run)(const Options& options, const CommandContext& context)) const {
+  CommandGroup Add(const char* name, const char* description, void (*bind)(CLI::App& command, Options& options),
+                   ExitStatus (*run)(const Options& options, const CommandContext& context)) const {
     const auto options = std::make_shared<Options>();
     CLI::App* const command = parser_.add_subcommand(name, description);
     bind(*command, *options);
-    command->callback([options, run, &chosen = chosen_] {
+    // Called after those of the sub-commands below.
+    command->callback([options, run, command, &chosen = chosen_] {
+      if (!command->get_subcommands().empty()) return;
       chosen = [options, run](const CommandContext& context) { return run(*options, context); };
     });
+    return {*command, chosen_};
   }
 
   /// Adds a sub-command without options.

@@ -7,6 +7,7 @@ namespace quarryctl {
 /// The sub-commands, in the order of the help: Add<Name>Command of <name>Command.cpp for each line.
 #define QUARRYCTL_COMMANDS(COMMAND) \
   COMMAND(Scan)                     \
+  COMMAND(Explain)                  \
   COMMAND(App)                      \
   COMMAND(Extensions)               \
   COMMAND(Verify)                   \
@@ -14,6 +15,8 @@ namespace quarryctl {
   COMMAND(Launch)                   \
   COMMAND(Windows)                  \
   COMMAND(Rules)                    \
+  COMMAND(Settings)                 \
+  COMMAND(Filters)                  \
   COMMAND(Compare)                  \
   COMMAND(Debug)                    \
   COMMAND(Completion)               \

@@ -13,7 +13,7 @@ constexpr std::size_t kChunk = 1u << 20;
 /// The platform's error, or ERROR_SUCCESS.
 DWORD WriteNew(const std::wstring& path, std::string_view bytes) {
   const UniqueFile file(
-      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return GetLastError();
   while (!bytes.empty()) {
     DWORD written = 0;
@@ -25,22 +25,18 @@ DWORD WriteNew(const std::wstring& path, std::string_view bytes) {
   return ERROR_SUCCESS;
 }
 
-/// Puts the file under its name when it is whole.
-DWORD WriteBytes(const std::wstring& path, std::string_view bytes) {
-  const std::wstring partial = path + L".partial";
-  DWORD error = WriteNew(partial, bytes);
-  if (error == ERROR_SUCCESS && MoveFileExW(partial.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) == FALSE) {
-    error = GetLastError();
-  }
-  if (error != ERROR_SUCCESS) DeleteFileW(partial.c_str());
-  return error;
-}
-
 }  // namespace
 
-bool WriteFileBytes(const std::wstring& path, std::string_view bytes, Output& err) {
-  const DWORD error = WriteBytes(path, bytes);
-  if (error == ERROR_SUCCESS) return true;
+bool WriteFileBytes(const std::wstring& path, std::string_view bytes, Output& err, const FileCheck& check) {
+  const std::wstring partial = path + L".partial";
+  DWORD error = WriteNew(partial, bytes);
+  const bool isRefused = error == ERROR_SUCCESS && check && !check(partial);
+  if (error == ERROR_SUCCESS && !isRefused) {
+    if (MoveFileExW(partial.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE) return true;
+    error = GetLastError();
+  }
+  DeleteFileW(partial.c_str());
+  if (isRefused) return false;
   WriteComplaint(err, "cannot write " + Unicode_Utf8FromWide(path) + ", error " + std::to_string(error));
   return false;
 }

@@ -70,10 +70,18 @@ bool AddPicture(const quarry::Icon& icon, Library& library, Json& pictures) {
   return true;
 }
 
-/// The applications in the form that the page's script reads. Each picture is there once, under its icon's name.
-Json PageData(std::span<const ApplicationWithIcons> applications, Library& library) {
-  Json data = {
-      {"host", HostName()}, {"time", UtcTime()}, {"pictures", Json::object()}, {"applications", Json::array()}};
+/// All in the form that the page's script reads. Each picture is there once, under its icon's name.
+Json PageData(std::span<const ApplicationWithIcons> applications, const std::vector<TrailEntry>& entries,
+              Library& library) {
+  Json data = {{"host", HostName()},
+               {"time", UtcTime()},
+               {"pictures", Json::object()},
+               {"applications", Json::array()},
+               {"leftOut", Json::array()}};
+  for (const TrailEntry& entry : entries) {
+    if (entry.fate != Fate::LeftOut) continue;
+    data["leftOut"].push_back({{"path", Unicode_Utf8FromWide(entry.path)}, {"reason", entry.reason}});
+  }
   for (const ApplicationWithIcons& application : applications) {
     Json object = JsonFrom(application.application);
     // An icon without its picture is left out below.
@@ -104,11 +112,12 @@ std::string ScriptText(const Json& data) {
 
 }  // namespace
 
-std::string FormatHtmlPage(std::span<const ApplicationWithIcons> applications, Library& library) {
+std::string FormatHtmlPage(std::span<const ApplicationWithIcons> applications, const std::vector<TrailEntry>& entries,
+                           Library& library) {
   std::string page(PageTemplate());
   const std::size_t place = page.find(kDataPlace);
   if (place == std::string::npos) throw std::runtime_error("this program's page has no place for the applications");
-  return page.replace(place, kDataPlace.size(), ScriptText(PageData(applications, library)));
+  return page.replace(place, kDataPlace.size(), ScriptText(PageData(applications, entries, library)));
 }
 
 }  // namespace quarryctl

@@ -31,8 +31,6 @@ void LogView::Receive(std::uint32_t level, std::wstring_view message) {
   progress_.Observe(message);
   if (level < shownLevels_) {
     err_.Write(Painted(err_, level, FormatLogLine(level, message)) + '\n');
-  } else if (level == QUARRY_LOG_WARNING) {
-    ++hiddenWarnings_;
   }
   if (listener_) listener_(level, message);
 }

@@ -22,16 +22,12 @@ class LogView {
   /// Takes a message of the library.
   void Receive(std::uint32_t level, std::wstring_view message);
 
-  /// How many warnings were not shown.
-  unsigned HiddenWarnings() const { return hiddenWarnings_; }
-
  private:
   friend class LogListener;
 
   Output& err_;
   unsigned shownLevels_;
   Progress progress_;
-  unsigned hiddenWarnings_ = 0;
   std::function<void(std::uint32_t level, std::wstring_view message)> listener_;
 };
 

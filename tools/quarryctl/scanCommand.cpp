@@ -5,8 +5,10 @@
 #include "tools/quarryctl/fileOutput.h"
 #include "tools/quarryctl/htmlPage.h"
 #include "tools/quarryctl/json.h"
+#include "tools/quarryctl/logSummary.h"
 #include "tools/quarryctl/options.h"
 #include "tools/quarryctl/recordJson.h"
+#include "tools/quarryctl/scanTrail.h"
 #include "tools/quarryctl/session.h"
 #include "tools/quarryctl/table.h"
 
@@ -15,6 +17,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quarryctl {
@@ -45,8 +48,9 @@ std::string FormatText(std::span<const QuarryApplicationInfo> applications, std:
 }
 
 /// Writes the result in the form that was asked for; false when that failed.
-bool WriteResult(std::span<const QuarryApplicationInfo> applications, const ScanOptions& options, Library& library,
+bool WriteResult(const ApplicationRecords& records, const ScanOptions& options, Library& library, ScanTrail& trail,
                  const CommandContext& context) {
+  const std::span<const QuarryApplicationInfo> applications = Items(records);
   if (options.json) {
     context.out.Write(FormatJson(JsonFrom(WithIcons(applications, library))));
     return true;
@@ -55,27 +59,29 @@ bool WriteResult(std::span<const QuarryApplicationInfo> applications, const Scan
     context.out.Write(FormatText(applications, context.out.Columns()));
     return true;
   }
-  const std::string page = FormatHtmlPage(WithIcons(applications, library), library);
+  trail.Finish(records);
+  const std::string page = FormatHtmlPage(WithIcons(applications, library), trail.Entries(), library);
   if (!WriteFileBytes(options.htmlPath, page, context.err)) return false;
   context.out.Write(FormatCount(applications.size(), kNoun) + '\n' + Unicode_Utf8FromWide(options.htmlPath) + '\n');
   return true;
-}
-
-void PointToWarnings(const LogView& log, Output& err) {
-  if (log.HiddenWarnings() == 0) return;
-  WriteComplaint(err, "warnings not shown: " + std::to_string(log.HiddenWarnings()) +
-                          " (-v shows what was left out or is incomplete, and why)");
 }
 
 ExitStatus RunScan(const ScanOptions& options, const CommandContext& context) {
   if (!options.iniPath.empty() && !IsFile(options.iniPath)) {
     return Refuse(context, "there is no file " + Unicode_Utf8FromWide(options.iniPath));
   }
-  const std::unique_ptr<Session> session = Session::Open(context);
+  LogSummary summary;
+  ScanTrail trail;
+  const auto hear = [&](std::uint32_t level, std::wstring_view message) {
+    summary.Observe(level, message);
+    trail.Observe(message);
+  };
+  const std::unique_ptr<Session> session = Session::Open(context, {.showsErrors = false, .hear = hear});
   if (!session) return kNothingFound;
   const ApplicationRecords records = session->GetLibrary().Scan(options.iniPath);
-  const bool written = WriteResult(Items(records), options, session->GetLibrary(), context);
-  PointToWarnings(session->GetLog(), context.err);
+  const bool written = WriteResult(records, options, session->GetLibrary(), trail, context);
+  // With -v the log itself has been shown.
+  if (context.verbosity == 0) context.err.Write(summary.Format());
   return !records.empty() && written ? kDone : kNothingFound;
 }
 

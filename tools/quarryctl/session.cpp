@@ -25,7 +25,9 @@ std::string WhyClosed(const Library& library, const std::wstring& path) {
 }  // namespace
 
 Session::Session(const CommandContext& context, const SessionOptions& options)
-    : log_(context.err, ShownLevels(context, options)) {}
+    : log_(context.err, ShownLevels(context, options)) {
+  if (options.hear) listener_.emplace(log_, options.hear);
+}
 
 std::unique_ptr<Session> Session::Open(const CommandContext& context, const SessionOptions& options) {
   std::unique_ptr<Session> session(new Session(context, options));

@@ -4,15 +4,20 @@
 #include "tools/quarryctl/library.h"
 #include "tools/quarryctl/logView.h"
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
-#include <string>
+#include <string_view>
 
 namespace quarryctl {
 
+using LogHearer = std::function<void(std::uint32_t level, std::wstring_view message)>;
+
 struct SessionOptions {
   FileTypes fileTypes = FileTypes::Leave;
-  bool showsErrors = true;  ///< of the library's log even without -v
+  bool showsErrors = true;   ///< of the library's log even without -v
+  LogHearer hear = nullptr;  ///< gets all messages from the library's first on, without their line ends
 };
 
 /// The library at work for one sub-command, and the view of its log.
@@ -30,6 +35,7 @@ class Session {
   Session(const CommandContext& context, const SessionOptions& options);
 
   LogView log_;  // sees the library go too
+  std::optional<LogListener> listener_;
   std::optional<Library> library_;
 };
 

@@ -23,6 +23,13 @@ class HostWorld {
   /// the same day; and checks that what it gave can be read and given back.
   std::vector<std::string> Spend(Day day) const;
 
+  /// A program that opens one file type and has no icons.
+  const std::wstring& Echo() const { return echo_; }
+  /// A shortcut to a program with icons.
+  const std::wstring& Published() const { return published_; }
+  /// Defines a scan that finds two applications.
+  const std::wstring& Ini() const { return ini_; }
+
  private:
   void Scan(const QuarryHost& host, std::vector<std::string>& said) const;
   void Launch(const QuarryHost& host, std::vector<std::string>& said) const;
@@ -30,6 +37,7 @@ class HostWorld {
   TemporaryFolder folder_{L"quarryFaults"};
   StartedPrograms programs_;
   std::wstring echo_ = programs_.Program();
+  std::wstring published_;
   std::wstring ini_;
   std::deque<RegistryFixture> keys_;
   std::deque<WindowMaker> windows_;

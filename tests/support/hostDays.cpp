@@ -1,4 +1,4 @@
-#include "tests/faults/hostDays.h"
+#include "tests/support/hostDays.h"
 
 #include "tests/support/hostTest.h"
 
@@ -30,7 +30,7 @@ HostWorld::HostWorld() {
   wchar_t published[MAX_PATH];  // a real program with a version resource and icons
   ExpandEnvironmentStringsW(L"%windir%\\regedit.exe", published, MAX_PATH);
   folder_.WriteLink(L"menu\\Echo.lnk", echo_, {.description = L"Says how it was started"});
-  folder_.WriteLink(L"menu\\Tools\\Registry.lnk", published);
+  published_ = folder_.WriteLink(L"menu\\Tools\\Registry.lnk", published);
   ini_ = folder_.WriteText(L"filters.ini", L"[Menu]\r\nRoot=" + (folder_ / L"menu") + L"\r\nIncludes=*.lnk\r\n");
   keys_.emplace_back(kSettingsKey).SetString(L"", L"IconCacheDir", folder_ / L"icons");
   keys_.emplace_back(kFilterKey).SetString({}, L"one", L"company=Nobody;action=block");
@@ -83,11 +83,7 @@ void HostWorld::Scan(const QuarryHost& host, std::vector<std::string>& said) con
         const IconRecord icon = host.GetApplicationIcon(app, index);
         if (icon == nullptr) continue;
         said.push_back(LineOf({icon->name, icon->path}));
-        void* data = nullptr;
-        std::uint64_t size = 0;
-        const std::int32_t answer = host->GetIconData(icon->name, &data, &size);
-        said.push_back(std::to_string(answer) + ' ' + std::to_string(size));
-        if (answer == 1) host->FreeIconData(data);
+        said.push_back("bytes " + std::to_string(host.GetIconData(icon->name).size()));
       }
     }
   }
