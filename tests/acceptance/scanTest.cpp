@@ -18,15 +18,9 @@ Names NamesOf(const ApplicationArray& apps) {
 /// The files below a folder, depth-first in the order of the file system.
 Names DepthFirst(const std::wstring& folder) {
   Names names;
-  WIN32_FIND_DATAW entry{};
-  const UniqueFind find(FindFirstFileW((folder + L"\\*").c_str(), &entry));
-  do {
-    const std::wstring name = entry.cFileName;
-    if (name == L"." || name == L"..") continue;
-    const bool isFolder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    const Names below = isFolder ? DepthFirst(folder + L'\\' + name) : Names{name};
-    names.insert(names.end(), below.begin(), below.end());
-  } while (FindNextFileW(find.get(), &entry));
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    if (!entry.is_directory()) names.push_back(entry.path().filename());
+  }
   return names;
 }
 
