@@ -4,7 +4,6 @@
 #include "lib/fileTypes/fileTypeRecord.h"
 #include "lib/fileTypes/registryText.h"
 #include "lib/misc/logEntry.h"
-#include "lib/misc/win32uRegistry.h"
 
 #include <boost/make_shared.hpp>
 
@@ -24,16 +23,6 @@ bool CanOpen(HKEY rootKey, const std::string& path, REGSAM access) {
 
 void LogUnopened(const char* function, const std::string& path) {
   LogEntry(function, "Unable to open key with path %s\n", path.c_str());
-}
-
-/// The text of a value that was found in an enumeration; nothing, with a message, when it cannot be read.
-std::optional<std::string> ReadEnumerated(const WinRegValue& value, REGSAM view, const char* function) {
-  UniqueRegistryKey key;
-  if (WinReg_OpenKey(value.rootKey, value.path, KEY_QUERY_VALUE | view, key) != ERROR_SUCCESS) {
-    LogUnopened(function, value.path);
-    return std::nullopt;
-  }
-  return AppUtilReadRegistryValue(key.get(), value.name);
 }
 
 bool IsText(const WinRegValue& value, const char* function) {
@@ -61,7 +50,7 @@ void AddApplicationsFromCapabilitiesHelper(const WinRegValue& value, std::uint32
                                            FileTypeList& types) {
   if (value.name.empty()) return;  // the key's default value declares no type
   if (!IsText(value, __func__)) return;
-  const std::optional<std::string> progId = ReadEnumerated(value, view, __func__);
+  const std::optional<std::string> progId = AppUtilReadEnumeratedText(value, view, __func__);
   if (!progId) return;
   const auto record = boost::make_shared<FileTypeInfoWin32>(value.name, isProtocol);
   record->AddHandlerForName(*progId);
@@ -81,7 +70,7 @@ void AddApplicationsFromCapabilitiesAssociationsListCB(const WinRegValue& value,
       {"\\URLAssociations", 1, KEY_WOW64_32KEY},
   };
   if (!IsText(value, __func__)) return;
-  const std::optional<std::string> capabilities = ReadEnumerated(value, 0, __func__);
+  const std::optional<std::string> capabilities = AppUtilReadEnumeratedText(value, 0, __func__);
   if (!capabilities) return;
   for (const auto& list : kLists) {
     const std::string path = *capabilities + list.key;

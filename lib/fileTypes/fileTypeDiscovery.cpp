@@ -2,6 +2,7 @@
 
 #include "lib/appUtil/allocationGuard.h"
 #include "lib/fileTypes/buildBudget.h"
+#include "lib/fileTypes/buildMemory.h"
 #include "lib/fileTypes/declaredTypes.h"
 #include "lib/fileTypes/fileTypeRecord.h"
 #include "lib/fileTypes/lookupCaches.h"
@@ -38,34 +39,43 @@ void ClearOldCaches() {
   clearedAt = now;
 }
 
-bool IsProtocol(const std::string& className) {
-  UniqueRegistryKey key;
-  return WinReg_OpenKey(HKEY_CLASSES_ROOT, className, KEY_READ, key) == ERROR_SUCCESS &&
-         AppUtilRegistryValueSize(key.get(), L"URL Protocol").has_value();
-}
-
-/// The extensions and, when asked for, the protocols among the classes of this host.
-FileTypeList EnumerateTypes(std::uint32_t flags) {
-  FileTypeList types;
+/// The names of this host's classes: extensions, protocols and prog IDs.
+std::vector<std::string> EnumerateClasses() {
+  std::vector<std::string> names;
   DWORD count = 0;
   if (RegQueryInfoKeyW(HKEY_CLASSES_ROOT, nullptr, nullptr, nullptr, &count, nullptr, nullptr, nullptr, nullptr,
                        nullptr, nullptr, nullptr) != ERROR_SUCCESS) {
-    return types;
+    return names;
   }
   std::wstring buffer(kWinRegKeyNameCapacity, L'\0');
   for (DWORD index = 0; index < count; ++index) {
     DWORD length = kWinRegKeyNameCapacity;
-    if (RegEnumKeyExW(HKEY_CLASSES_ROOT, index, buffer.data(), &length, nullptr, nullptr, nullptr, nullptr) !=
+    if (RegEnumKeyExW(HKEY_CLASSES_ROOT, index, buffer.data(), &length, nullptr, nullptr, nullptr, nullptr) ==
         ERROR_SUCCESS) {
-      continue;
-    }
-    const std::string name = Unicode_Utf8FromWide({buffer.data(), length});
-    if (name.starts_with('.')) types.push_back(boost::make_shared<FileTypeInfoWin32>(name, 0u));
-    if ((flags & kFileTypesProtocols) != 0 && IsProtocol(name)) {
-      types.push_back(boost::make_shared<FileTypeInfoWin32>(name, 1u));
+      names.push_back(Unicode_Utf8FromWide({buffer.data(), length}));
     }
   }
-  return types;
+  return names;
+}
+
+/// Adds a record that is filled from the class's key, empty when that could not be opened.
+void AddType(const std::string& name, std::uint32_t isProtocol, HKEY key, std::uint32_t flags, FileTypeList& types) {
+  const auto type = boost::make_shared<FileTypeInfoWin32>(name, isProtocol);
+  types.push_back(type);
+  if (key != nullptr) AppUtilGuardAllocation(kFileTypesSource, __LINE__, [&] { type->LoadFrom(key, flags); });
+}
+
+/// Adds the class as an extension and, when protocols are asked for, as a protocol, where it is one.
+void AddTypesOfClass(const std::string& name, std::uint32_t flags, FileTypeList& types) {
+  const bool isExtension = name.starts_with('.');
+  const bool mayBeProtocol = (flags & kFileTypesProtocols) != 0;
+  if (!isExtension && !mayBeProtocol) return;
+  UniqueRegistryKey key;
+  WinReg_OpenKey(HKEY_CLASSES_ROOT, name, KEY_READ, key);
+  if (isExtension) AddType(name, 0, key.get(), flags, types);
+  if (mayBeProtocol && key && AppUtilHasRegistryValue(key.get(), L"URL Protocol")) {
+    AddType(name, 1, key.get(), flags, types);
+  }
 }
 
 void AddDeclaredTypes(std::uint32_t flags, FileTypeList& types) {
@@ -95,10 +105,9 @@ void AppUtil_BuildGlobalApplicationList(std::uint32_t flags) {
   ClearOldCaches();
   AppUtilFileTypeCaches().unresolvedNames.clear();
   const BuildBudget budget;
-  FileTypeList types = EnumerateTypes(flags);
-  for (const FileTypeInfoPtr& type : types) {
-    AppUtilGuardAllocation(kFileTypesSource, __LINE__, [&] { type->Load(flags); });
-  }
+  const BuildMemory memory;
+  FileTypeList types;
+  for (const std::string& name : EnumerateClasses()) AddTypesOfClass(name, flags, types);
   AddDeclaredTypes(flags, types);
   GlobalApplications() = FileByHandler(types);
 }

@@ -2,6 +2,7 @@
 
 #include "lib/appUtil/actionUri.h"
 #include "lib/fileTypes/buildBudget.h"
+#include "lib/fileTypes/buildMemory.h"
 #include "lib/fileTypes/handlerPath.h"
 #include "lib/fileTypes/indirectString.h"
 #include "lib/fileTypes/lookupCaches.h"
@@ -16,6 +17,7 @@
 
 #include <cwchar>
 #include <cwctype>
+#include <limits>
 #include <new>
 #include <string_view>
 
@@ -27,7 +29,6 @@ constexpr char kAddApplicationWithCommandLine[] = "FileTypeInfoWin32::AddApplica
 constexpr char kFriendlyName[] = "FileTypeInfoWin32::FriendlyName";
 
 constexpr std::string_view kOpenCommand = R"(\shell\open\command)";
-constexpr std::string_view kExplorerTypes = R"(Software\Microsoft\Windows\CurrentVersion\Explorer\FileExts\)";
 
 // A name that makes a longer path is no type that a program registers; Explorer itself knows no such keys.
 constexpr std::size_t kLongestKeyPath = 254;
@@ -41,6 +42,17 @@ constexpr std::uint32_t kLongestListMilliseconds = 10000;
 std::optional<std::string> KeyPath(std::string_view parent, std::string_view name, std::string_view child) {
   if (parent.size() + name.size() + child.size() > kLongestKeyPath) return std::nullopt;
   return std::string(parent).append(name).append(child);
+}
+
+std::optional<std::string> ExplorerKeyPath(const std::string& typeName, std::string_view list) {
+  return KeyPath(kExplorerTypesKey, "\\" + typeName, list);
+}
+
+DWORD CountSubkeys(HKEY key) {
+  DWORD count = 0;
+  const LSTATUS status = RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &count, nullptr, nullptr, nullptr, nullptr,
+                                          nullptr, nullptr, nullptr);
+  return status == ERROR_SUCCESS ? count : std::numeric_limits<DWORD>::max();
 }
 
 /// Tells when a list has taken so long that the rest of it is left out.
@@ -81,19 +93,22 @@ ASSOCF AssociationFlags(const std::string& name) {
 }
 
 /// The command line with which the shell opens, or else edits, files of a prog ID or with an application.
-/// Source: Microsoft Learn, AssocQueryStringW: S_FALSE answers a question for the length.
+/// Source: Microsoft Learn, AssocQueryStringW: E_POINTER answers for a text that does not fit, with its length.
 std::optional<std::wstring> ShellCommandOf(const std::string& name) {
+  constexpr DWORD kUsualLength = 512;
   const std::wstring association = Unicode_WideFromUtf8(name);
   const ASSOCF flags = AssociationFlags(name);
   for (const wchar_t* const verb : {L"open", L"edit"}) {
-    DWORD length = 0;
-    if (AssocQueryStringW(flags, ASSOCSTR_COMMAND, association.c_str(), verb, nullptr, &length) != S_FALSE) continue;
-    if (length == 0) return std::nullopt;
-    std::wstring command(std::size_t{length} + 1, L'\0');
-    DWORD capacity = length + 1;
-    if (FAILED(AssocQueryStringW(flags, ASSOCSTR_COMMAND, association.c_str(), verb, command.data(), &capacity))) {
-      return std::nullopt;
+    std::wstring command(kUsualLength, L'\0');
+    DWORD length = kUsualLength;
+    HRESULT result = AssocQueryStringW(flags, ASSOCSTR_COMMAND, association.c_str(), verb, command.data(), &length);
+    if (result == E_POINTER) {
+      command.assign(std::size_t{length} + 1, L'\0');
+      ++length;
+      result = AssocQueryStringW(flags, ASSOCSTR_COMMAND, association.c_str(), verb, command.data(), &length);
+      if (FAILED(result)) return std::nullopt;
     }
+    if (FAILED(result)) continue;
     command.resize(wcsnlen(command.c_str(), command.size()));  // its terminator was counted
     return command;
   }
@@ -161,32 +176,39 @@ std::optional<std::string> ShellNameOf(const std::string& typeName) {
 LSTATUS FileTypeInfoWin32::Load(std::uint32_t flags) {
   UniqueRegistryKey key;
   const LSTATUS status = WinReg_OpenKey(HKEY_CLASSES_ROOT, typeName, KEY_READ, key);
-  if (status != ERROR_SUCCESS) return status;
-  // A type without a default value is nobody's, whatever its other keys list.
-  const std::optional<DWORD> size = AppUtilRegistryValueSize(key.get(), L"");
-  if (!size) return ERROR_SUCCESS;
-  const std::optional<std::wstring> progId = AppUtilReadRegistryTextOfSize(key.get(), L"", *size);
-  if (progId) AddHandlerForName(Unicode_Utf8FromWide(*progId));
-  AddOpenCommand(typeName);
-  if ((flags & kFileTypesPerceivedType) != 0) AddHandlersOfPerceivedType(key.get());
-  key.reset();
+  if (status == ERROR_SUCCESS) LoadFrom(key.get(), flags);
+  return status;
+}
 
-  const std::optional<std::wstring> again = AppUtilReadRegistryDefault(HKEY_CLASSES_ROOT, typeName);
-  if (again && !again->empty()) AddHandlerForName(Unicode_Utf8FromWide(*again));
-  if (const auto path = KeyPath("", typeName, "\\OpenWithList")) AddHandlersForSubkeys(*path);
-  if (const auto path = KeyPath("", typeName, "\\OpenWithProgIds")) AddHandlersForSubValues(HKEY_CLASSES_ROOT, *path);
-  if (const auto path = KeyPath(kExplorerTypes, typeName, "\\OpenWithProgIds")) {
+void FileTypeInfoWin32::LoadFrom(HKEY typeKey, std::uint32_t flags) {
+  // A type without a default value is nobody's, whatever its other keys list.
+  const RegistryText progId = AppUtilQueryRegistryText(typeKey, L"");
+  if (!progId.exists) return;
+  const std::string name = Unicode_Utf8FromWide(progId.text.value_or(L""));
+  if (progId.text) AddHandlerForName(name);
+  DWORD subkeysLeft = CountSubkeys(typeKey);
+  if (subkeysLeft > 0 && AddOpenCommand(typeName)) --subkeysLeft;
+  if ((flags & kFileTypesPerceivedType) != 0) AddHandlersOfPerceivedType(typeKey);
+  if (!name.empty()) AddHandlerForName(name);  // the default value stands for two sources
+
+  const std::optional<std::string> list = KeyPath("", typeName, "\\OpenWithList");
+  if (list && subkeysLeft > 0 && AddHandlersForSubkeys(*list)) --subkeysLeft;
+  const std::optional<std::string> progIds = KeyPath("", typeName, "\\OpenWithProgIds");
+  if (progIds && subkeysLeft > 0) AddHandlersForSubValues(HKEY_CLASSES_ROOT, *progIds);
+  if (!BuildMemory::MayHaveUserLists(typeName)) return;
+  if (const auto path = ExplorerKeyPath(typeName, "\\OpenWithProgIds")) {
     AddHandlersForSubValues(HKEY_CURRENT_USER, *path);
   }
   AddMostRecentlyUsed();
-  return ERROR_SUCCESS;
 }
 
-void FileTypeInfoWin32::AddOpenCommand(const std::string& className) {
+bool FileTypeInfoWin32::AddOpenCommand(const std::string& className) {
   const std::optional<std::string> path = KeyPath("", className, kOpenCommand);
-  if (!path) return;
-  const std::optional<std::wstring> command = AppUtilReadRegistryDefault(HKEY_CLASSES_ROOT, *path);
+  UniqueRegistryKey key;
+  if (!path || WinReg_OpenKey(HKEY_CLASSES_ROOT, *path, KEY_READ, key) != ERROR_SUCCESS) return false;
+  const std::optional<std::wstring> command = AppUtilReadRegistryText(key.get(), L"");
   if (command) AddApplicationWithCommandLine(*command);
+  return true;
 }
 
 void FileTypeInfoWin32::AddHandlersOfPerceivedType(HKEY typeKey) {
@@ -196,13 +218,16 @@ void FileTypeInfoWin32::AddHandlersOfPerceivedType(HKEY typeKey) {
   if (path) AddHandlersForSubkeys(*path);
 }
 
-void FileTypeInfoWin32::AddHandlersForSubkeys(const std::string& path) {
+/// False when there is no such key.
+bool FileTypeInfoWin32::AddHandlersForSubkeys(const std::string& path) {
   const ListBudget budget(kLoad, path);
-  WinReg_EnumerateSubkeys(HKEY_CLASSES_ROOT, path, [&](const WinRegSubkey& subkey, bool& proceed) {
-    proceed = !budget.IsSpent();
-    if (proceed) AddHandlerForName(subkey.name);
-    return ERROR_SUCCESS;
-  });
+  const LSTATUS status =
+      WinReg_EnumerateSubkeys(HKEY_CLASSES_ROOT, path, [&](const WinRegSubkey& subkey, bool& proceed) {
+        proceed = !budget.IsSpent();
+        if (proceed) AddHandlerForName(subkey.name);
+        return ERROR_SUCCESS;
+      });
+  return status == ERROR_SUCCESS;
 }
 
 void FileTypeInfoWin32::AddHandlersForSubValues(HKEY rootKey, const std::string& path) {
@@ -223,7 +248,7 @@ void FileTypeInfoWin32::AddHandlersForSubValues(HKEY rootKey, const std::string&
 /// Explorer's list of the programs that the user opened the type with: values named by one letter each, and their
 /// order.
 void FileTypeInfoWin32::AddMostRecentlyUsed() {
-  const std::optional<std::string> path = KeyPath(kExplorerTypes, typeName, "\\OpenWithList");
+  const std::optional<std::string> path = ExplorerKeyPath(typeName, "\\OpenWithList");
   UniqueRegistryKey key;
   if (!path || WinReg_OpenKey(HKEY_CURRENT_USER, *path, KEY_READ, key) != ERROR_SUCCESS) return;
   const std::optional<std::wstring> order = AppUtilReadRegistryText(key.get(), L"MRUList", kLongestListBytes);
@@ -243,8 +268,9 @@ void FileTypeInfoWin32::AddHandlerForName(const std::string& name) {
   if (known != cache.end()) {
     AddHandler(known->second);
   } else {
+    if (BuildMemory::IsWithoutCommand(name)) return;
     const std::optional<std::wstring> command = ShellCommandOf(name);
-    if (!command) return;
+    if (!command) return BuildMemory::RememberWithoutCommand(name);
     const std::optional<FileTypeHandler> handler = AddApplicationWithCommandLine(*command);
     if (!handler) return;
     known = cache.emplace(name, *handler).first;

@@ -41,15 +41,17 @@ std::optional<std::wstring> ExecutableOf(const std::wstring& commandLine) {
 }
 
 std::optional<std::wstring> LongPathOf(const std::wstring& path) {
-  DWORD size = 0;
-  const auto measure = [&] {
-    size = GetLongPathNameW(path.c_str(), nullptr, 0);
-    return size != 0;
+  std::wstring longPath(MAX_PATH, L'\0');
+  DWORD length = 0;
+  const auto get = [&] {
+    length = GetLongPathNameW(path.c_str(), longPath.data(), static_cast<DWORD>(longPath.size()));
+    return length != 0;
   };
-  if (!RemoteServer_Access(path, measure)) return std::nullopt;
-  std::wstring longPath(size, L'\0');
-  const DWORD length = GetLongPathNameW(path.c_str(), longPath.data(), size);
-  if (length == 0 || length >= size) return std::nullopt;
+  if (!RemoteServer_Access(path, get)) return std::nullopt;
+  if (length >= longPath.size()) {  // the size that it takes
+    longPath.resize(length);
+    if (!get() || length >= longPath.size()) return std::nullopt;
+  }
   longPath.resize(length);
   return longPath;
 }

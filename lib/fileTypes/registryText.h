@@ -1,5 +1,7 @@
 #pragma once
 
+#include "lib/misc/win32uRegistry.h"
+
 #include <windows.h>
 
 #include <limits>
@@ -8,19 +10,28 @@
 
 // Reading names and commands that any program may have written: values need not be terminated, nor be texts, nor short.
 
-/// The bytes of a value of whatever type; nothing when it is absent. The empty name is the default value.
-std::optional<DWORD> AppUtilRegistryValueSize(HKEY key, const std::wstring& valueName);
+/// A value that should be a text.
+struct RegistryText {
+  bool exists = false;  ///< a value of whatever type
+  /// As written (REG_SZ or REG_EXPAND_SZ), up to its first NUL or its end. Nothing for a value of another type, and for
+  /// one that is longer than was asked for.
+  std::optional<std::wstring> text;
+};
 
-/// A value's text as written (REG_SZ or REG_EXPAND_SZ), up to its first NUL or its end. Nothing when it is absent, of
-/// another type or longer than `size` bytes.
-std::optional<std::wstring> AppUtilReadRegistryTextOfSize(HKEY key, const std::wstring& valueName, DWORD size);
+/// Reads a value of at most `maxBytes`. The empty name is the default value.
+RegistryText AppUtilQueryRegistryText(HKEY key, const std::wstring& valueName,
+                                      DWORD maxBytes = std::numeric_limits<DWORD>::max());
 
-/// The same for a value whose size is not known, but at most `maxBytes`.
+/// The text alone: nothing also when there is no such value.
 std::optional<std::wstring> AppUtilReadRegistryText(HKEY key, const std::wstring& valueName,
                                                     DWORD maxBytes = std::numeric_limits<DWORD>::max());
 
-/// The text of a key's default value. Nothing when the key or the value is not there.
-std::optional<std::wstring> AppUtilReadRegistryDefault(HKEY rootKey, const std::string& path);
+/// Whether there is such a value, of whatever type.
+bool AppUtilHasRegistryValue(HKEY key, const std::wstring& valueName);
+
+/// The text of a value that is being enumerated, in UTF-8, as a key that is opened with `view` has it. Nothing, with a
+/// message of `function`, when it cannot be read.
+std::optional<std::string> AppUtilReadEnumeratedText(const WinRegValue& value, REGSAM view, const char* function);
 
 /// A value's text in UTF-8. Nothing, with a message, when it cannot be read.
 std::optional<std::string> AppUtilReadRegistryValue(HKEY key, const std::string& valueName);

@@ -8,6 +8,31 @@ void KeepFirst(LSTATUS& kept, LSTATUS result) {
   if (kept == ERROR_SUCCESS) kept = result;
 }
 
+/// One value as RegEnumValueW gives it, with its data where that is short.
+struct EnumeratedValue {
+  std::wstring name = std::wstring(kWinRegValueNameCapacity, L'\0');
+  DWORD nameLength = 0;
+  DWORD type = REG_NONE;
+  std::wstring data = std::wstring(kWinRegVisitedDataBytes / sizeof(wchar_t) + 2, L'\0');
+  DWORD dataSize = 0;
+  bool isLong = false;
+
+  LSTATUS Get(HKEY key, DWORD index) {
+    auto* const bytes = reinterpret_cast<BYTE*>(data.data());
+    nameLength = kWinRegValueNameCapacity;
+    dataSize = kWinRegVisitedDataBytes;
+    const LSTATUS status = RegEnumValueW(key, index, name.data(), &nameLength, nullptr, &type, bytes, &dataSize);
+    isLong = status == ERROR_MORE_DATA;
+    if (!isLong) return status;
+    nameLength = kWinRegValueNameCapacity;
+    return RegEnumValueW(key, index, name.data(), &nameLength, nullptr, &type, nullptr, nullptr);
+  }
+  std::optional<std::span<const std::uint8_t>> Data() const {
+    if (isLong) return std::nullopt;
+    return std::span(reinterpret_cast<const std::uint8_t*>(data.data()), dataSize);
+  }
+};
+
 }  // namespace
 
 LSTATUS WinReg_OpenKey(HKEY rootKey, const std::string& path, REGSAM access, UniqueRegistryKey& key) {
@@ -58,18 +83,16 @@ LSTATUS WinReg_EnumerateValues(HKEY rootKey, const std::string& path, REGSAM ext
 
   LSTATUS kept = ERROR_SUCCESS;
   bool proceed = true;
-  std::wstring name(kWinRegValueNameCapacity, L'\0');
+  EnumeratedValue value;
   for (DWORD index = 0; index < count && proceed; ++index) {
-    DWORD nameLength = kWinRegValueNameCapacity;
-    DWORD type = REG_NONE;
-    status = RegEnumValueW(key.get(), index, name.data(), &nameLength, nullptr, &type, nullptr, nullptr);
+    status = value.Get(key.get(), index);
     if (status == ERROR_NO_MORE_ITEMS) break;  // a value went away since they were counted
     if (status != ERROR_SUCCESS) {
       KeepFirst(kept, status);
       break;
     }
-    const std::string nameUtf8 = Unicode_Utf8FromWide({name.data(), nameLength});
-    KeepFirst(kept, visit({rootKey, path, nameUtf8, type}, proceed));
+    const std::string nameUtf8 = Unicode_Utf8FromWide({value.name.data(), value.nameLength});
+    KeepFirst(kept, visit({rootKey, path, nameUtf8, value.type, value.Data()}, proceed));
   }
   return kept;
 }

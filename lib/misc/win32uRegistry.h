@@ -4,7 +4,10 @@
 
 #include <windows.h>
 
+#include <cstdint>
 #include <functional>
+#include <optional>
+#include <span>
 #include <string>
 
 // The registry with UTF-8 key and value names.
@@ -13,6 +16,9 @@
 /// Limits".
 constexpr DWORD kWinRegKeyNameCapacity = 255 + 1;
 constexpr DWORD kWinRegValueNameCapacity = 16383 + 1;
+
+/// The longest data of a value that comes with its name.
+constexpr DWORD kWinRegVisitedDataBytes = 1024;
 
 /// Opens `rootKey`\`path`. Returns the platform's error code, 0 when `key` was set.
 LSTATUS WinReg_OpenKey(HKEY rootKey, const std::string& path, REGSAM access, UniqueRegistryKey& key);
@@ -32,6 +38,8 @@ struct WinRegValue {
   const std::string& path;  ///< the path that was passed in
   const std::string& name;  ///< the value's name; empty for the default value
   DWORD type;               ///< REG_SZ, REG_NONE, ...
+  /// Its data as it stands, aligned for UTF-16; nothing when that is longer than kWinRegVisitedDataBytes.
+  std::optional<std::span<const std::uint8_t>> data;
 };
 
 /// Visitors return a Windows error code and may set `proceed` (true when they are called) to false to stop.

@@ -5,7 +5,6 @@
 #include "lib/seamlyFilter/ruleFile.h"
 #include "lib/seamlyFilter/ruleRegistry.h"
 #include "lib/seamlyFilter/rules.h"
-#include "lib/seamlyFilter/windowData.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -78,14 +77,14 @@ SkippedRules SeamlyFilter_LoadRules(const char* context) {
   return skipped;
 }
 
-SeamlyFilterMatch SeamlyFilter_FindMatchingRule(HWND window) {
-  if (const std::optional<SeamlyFilterMatch> known = SeamlyFilterFindInCache(window)) return *known;
+SeamlyFilterMatch SeamlyFilter_FindMatchingRule(const SeamlyFilterWindow& window, SeamlyFilterPrograms& programs) {
+  if (const std::optional<SeamlyFilterMatch> known = SeamlyFilterFindInCache(window.handle)) return *known;
   // Without rules every answer is this one; the version resource of every program need not be read for it.
   if (SeamlyFilterRules().last < 0) return {};
-  const std::optional<SeamlyFilterData> data = SeamlyFilterGetData(window);
+  const std::optional<SeamlyFilterData> data = SeamlyFilterGetData(window, programs);
   if (!data) return {};
   const SeamlyFilterMatch match = Ask(*data);
-  SeamlyFilterAddToCache(window, match);
+  SeamlyFilterAddToCache(window.handle, match);
   return match;
 }
 

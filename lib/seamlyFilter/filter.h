@@ -1,6 +1,6 @@
 #pragma once
 
-#include <windows.h>
+#include "lib/seamlyFilter/windowData.h"
 
 #include <string>
 
@@ -48,8 +48,8 @@ struct SkippedRules {
 SkippedRules SeamlyFilter_LoadRules(const char* context);
 
 /// Asks the first rule set that matches `window`. The answer is remembered for as long as the rules are loaded, also
-/// when the window's handle is given to another one.
-SeamlyFilterMatch SeamlyFilter_FindMatchingRule(HWND window);
+/// when the window's handle is given to another one. `programs` are those of the enumeration that found the window.
+SeamlyFilterMatch SeamlyFilter_FindMatchingRule(const SeamlyFilterWindow& window, SeamlyFilterPrograms& programs);
 
 /// Forgets all rules and answers.
 void SeamlyFilter_Close();

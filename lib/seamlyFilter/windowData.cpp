@@ -9,6 +9,7 @@
 
 #include <iterator>
 #include <map>
+#include <utility>
 
 namespace {
 
@@ -80,32 +81,44 @@ std::map<std::wstring, KnownProgram>& KnownPrograms() {
 }
 
 /// Windows come in numbers from one program: its file is read again only when it has changed.
-SeamlyFilterData GetProgramData(const std::wstring& path, HWND window) {
+SeamlyFilterData GetProgramData(const std::wstring& path, HWND window, SeamlyFilterPrograms& seen) {
+  if (const auto program = seen.find(path); program != seen.end()) return program->second;
   WIN32_FILE_ATTRIBUTE_DATA file{};
   if (GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &file) == FALSE) return ReadProgramData(path, window);
   std::map<std::wstring, KnownProgram>& programs = KnownPrograms();
   const auto known = programs.find(path);
   if (known != programs.end() && CompareFileTime(&known->second.lastWrite, &file.ftLastWriteTime) == 0) {
-    return known->second.data;
+    return seen[path] = known->second.data;
   }
   if (programs.size() >= kMaxKnownPrograms) programs.clear();
   SeamlyFilterData data = ReadProgramData(path, window);
   programs[path] = {file.ftLastWriteTime, data};
-  return data;
+  return seen[path] = std::move(data);
 }
 
-}  // namespace
-
-std::optional<SeamlyFilterData> SeamlyFilterGetData(HWND window) {
+/// Empty, with a message, when it cannot be read.
+std::wstring ReadClassName(HWND window) {
   // Microsoft Learn, WNDCLASSEXW: a class name has at most 256 characters.
   wchar_t className[256 + 1] = {};
   if (GetClassNameW(window, className, static_cast<int>(std::size(className))) == 0) {
     LogEntry(kGetData, "unable to classname of window 0x%p (err=%u)\n", window, GetLastError());
-    return std::nullopt;
   }
+  return className;
+}
+
+std::wstring ImagePathOf(HWND window) {
   const UniqueMalloc<wchar_t> path = System_GetImageFilePathForWindow(window);
+  return path != nullptr ? path.get() : L"";
+}
+
+}  // namespace
+
+std::optional<SeamlyFilterData> SeamlyFilterGetData(const SeamlyFilterWindow& window, SeamlyFilterPrograms& programs) {
+  const std::wstring className = window.className.empty() ? ReadClassName(window.handle) : window.className;
+  if (className.empty()) return std::nullopt;
+  const std::wstring path = window.imagePath.empty() ? ImagePathOf(window.handle) : window.imagePath;
   SeamlyFilterData data;
-  if (path != nullptr && *path != L'\0') data = GetProgramData(path.get(), window);
+  if (!path.empty()) data = GetProgramData(path, window.handle, programs);
   data.className = BoundedUtf8(className);
   return data;
 }

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -17,9 +18,19 @@ struct SeamlyFilterData {
   std::uint16_t revision = 0;
 };
 
+/// A window with what whoever asks knows of it already. What is empty is asked for when it is needed.
+struct SeamlyFilterWindow {
+  HWND handle = nullptr;
+  std::wstring className;
+  std::wstring imagePath;  ///< of the process that owns the window
+};
+
+/// The programs of the windows of one enumeration, by path: the file of each is looked at once.
+using SeamlyFilterPrograms = std::map<std::wstring, SeamlyFilterData>;
+
 /// Nothing when not even the class name can be read; what the program's version resource does not tell stays empty.
 /// Does not wait for the window's message loop.
-std::optional<SeamlyFilterData> SeamlyFilterGetData(HWND window);
+std::optional<SeamlyFilterData> SeamlyFilterGetData(const SeamlyFilterWindow& window, SeamlyFilterPrograms& programs);
 
 /// Forgets what was read of programs' files.
 void SeamlyFilterForgetPrograms();

@@ -5,6 +5,7 @@
 #include "quarry/windows/verboseWindowLog.h"
 #include "quarry/windows/windowImpl.h"
 #include "quarry/windows/windowProbe.h"
+#include "quarry/windows/windowProcesses.h"
 
 #include "lib/seamlyFilter/filter.h"
 
@@ -41,14 +42,14 @@ bool SameImagePath(std::wstring_view left, std::wstring_view right) {
                     [](wchar_t one, wchar_t other) { return LowerAscii(one) == LowerAscii(other); });
 }
 
-SpecialCase FindSpecialCase(const WindowAttributes& attributes, const std::wstring& imagePath) {
+SpecialCase FindSpecialCase(WindowProbe& window, const std::wstring& imagePath) {
   static const std::wstring shell = ExpandPath(L"%windir%\\explorer.exe");
   static const std::wstring taskHost = ExpandPath(L"%windir%\\system32\\taskhost");
-  if (imagePath == shell && attributes.title.empty() && attributes.HasAny(WS_CAPTION)) return SpecialCase::Skip;
+  if (imagePath == shell && window.HasAny(WS_CAPTION) && window.Title().empty()) return SpecialCase::Skip;
   if (!imagePath.starts_with(taskHost)) return SpecialCase::None;
   // The input method's floating bar.
   const bool languageBar =
-      attributes.title == L"TF_FloatingLangBar_WndTitle" || attributes.className == L"CiceroUIWndFrame";
+      window.Title() == L"TF_FloatingLangBar_WndTitle" || window.ClassName() == L"CiceroUIWndFrame";
   return languageBar ? SpecialCase::Skip : SpecialCase::None;
 }
 
@@ -63,9 +64,9 @@ bool IsTaskbar(const std::wstring& className) {
 }
 
 /// Runs the tests by which a window is kept or skipped. The first that decides ends them.
-bool IsWanted(HWND window, const WindowAttributes& attributes, const WindowProcess& process,
-              const WindowCriteria& criteria) {
-  const SpecialCase special = FindSpecialCase(attributes, process.imagePath);
+bool IsWanted(WindowProbe& window, const WindowProcess& process, const WindowCriteria& criteria,
+              SeamlyFilterPrograms& programs) {
+  const SpecialCase special = FindSpecialCase(window, process.imagePath);
   if (special == SpecialCase::Skip) {
     VerboseLog(L"    Skipped (special case)\n");
     return false;
@@ -74,7 +75,7 @@ bool IsWanted(HWND window, const WindowAttributes& attributes, const WindowProce
     VerboseLog(L"    Kept (special case)\n");
     return true;
   }
-  if (attributes.HasAny(WS_CHILD)) {
+  if (window.HasAny(WS_CHILD)) {
     VerboseLog(L"    Skipped (child)\n");
     return false;
   }
@@ -83,30 +84,31 @@ bool IsWanted(HWND window, const WindowAttributes& attributes, const WindowProce
     VerboseLog(L"    Skipped (image path mismatch)\n");
     return false;
   }
-  if ((criteria.flags & WindowCriteria::kMatchVisibility) != 0 && attributes.IsVisible() != criteria.visible) {
+  if ((criteria.flags & WindowCriteria::kMatchVisibility) != 0 && window.IsVisible() != criteria.visible) {
     VerboseLog(L"    Skipped (visibility mismatch)\n");
     return false;
   }
-  if (IsTooSmall(attributes.rectangle)) {
+  if (IsTooSmall(window.Info().rcWindow)) {
     VerboseLog(L"    Skipped (window is too small)\n");
     return false;
   }
-  const SeamlyFilterMatch rule = SeamlyFilter_FindMatchingRule(window);
+  const SeamlyFilterMatch rule =
+      SeamlyFilter_FindMatchingRule({window.Handle(), window.ClassName(), process.imagePath}, programs);
   if (rule.matched && rule.action == RuleAction::Block) {
     VerboseLog(L"    Skipped (blocked by filter)\n");
     return false;
   }
   constexpr DWORD kBalloon = WS_EX_TRANSPARENT | WS_EX_LAYERED;
-  if (rule.windowType != WindowType::Tooltip && (attributes.info.dwExStyle & kBalloon) == kBalloon) {
+  if (rule.windowType != WindowType::Tooltip && (window.Info().dwExStyle & kBalloon) == kBalloon) {
     VerboseLog(L"    Skipped (transparent balloon window)\n");
     return false;
   }
   // Child windows are gone by now; this holds for a chain whose order is changed.
-  if (attributes.HasAny(WS_CHILD) && rule.windowType != WindowType::Combobox) {
+  if (window.HasAny(WS_CHILD) && rule.windowType != WindowType::Combobox) {
     VerboseLog(L"    Skipped (child window)\n");
     return false;
   }
-  if (IsTaskbar(attributes.className)) {
+  if (IsTaskbar(window.ClassName())) {
     VerboseLog(L"    Skipped (taskbar window)\n");
     return false;
   }
@@ -114,34 +116,36 @@ bool IsWanted(HWND window, const WindowAttributes& attributes, const WindowProce
   return true;
 }
 
-void Classify(HWND window, const WindowCriteria& criteria, WindowList& windows) {
-  VerboseLog(L"Found a window, handle %p...\n", window);
-  const WindowProcess process = ProbeProcess(window);
-  if (process.id == static_cast<std::int32_t>(GetCurrentProcessId())) {
-    VerboseLog(L"    Skipped (own process)\n");
-    return;
-  }
-  const WindowAttributes attributes = ProbeAttributes(window);
-  if (IsVerboseWindowLogOn()) DumpAttributes(attributes, process);
-  if (!IsWanted(window, attributes, process, criteria)) return;
-  windows.push_back(std::make_shared<WindowImpl>(window, process.id, attributes.title, process.imagePath,
-                                                 attributes.IsVisible(), attributes.IsMinimized()));
-}
-
 /// What travels through the platform's enumeration.
 struct Enumeration {
   WindowCriteria criteria;
   WindowList windows;
+  WindowProcesses processes;
+  SeamlyFilterPrograms programs;
   bool delivered = false;
   std::exception_ptr failure;  // must not pass through the platform's frames
 };
+
+void Classify(HWND handle, Enumeration& enumeration) {
+  VerboseLog(L"Found a window, handle %p...\n", handle);
+  const WindowProcess process = enumeration.processes.Of(handle);
+  if (process.id == static_cast<std::int32_t>(GetCurrentProcessId())) {
+    VerboseLog(L"    Skipped (own process)\n");
+    return;
+  }
+  WindowProbe window(handle);
+  if (IsVerboseWindowLogOn()) DumpAttributes(window, process);
+  if (!IsWanted(window, process, enumeration.criteria, enumeration.programs)) return;
+  enumeration.windows.push_back(std::make_shared<WindowImpl>(handle, process.id, window.Title(), process.imagePath,
+                                                             window.IsVisible(), window.IsMinimized()));
+}
 
 BOOL CALLBACK Visit(HWND window, LPARAM parameter) noexcept {
   auto& enumeration = *reinterpret_cast<Enumeration*>(parameter);
   enumeration.delivered = true;
   if (enumeration.failure != nullptr) return TRUE;
   try {
-    Classify(window, enumeration.criteria, enumeration.windows);
+    Classify(window, enumeration);
   } catch (...) {
     enumeration.failure = std::current_exception();
   }
@@ -149,7 +153,7 @@ BOOL CALLBACK Visit(HWND window, LPARAM parameter) noexcept {
 }
 
 WindowList FindWindows(const WindowCriteria& criteria) {
-  Enumeration enumeration{criteria, {}, false, nullptr};
+  Enumeration enumeration{criteria, {}, {}, {}, false, nullptr};
   const auto parameter = reinterpret_cast<LPARAM>(&enumeration);
   EnumChildWindows(nullptr, Visit, parameter);
   // Microsoft Learn, EnumChildWindows: without a parent it is equivalent to EnumWindows. Not every system does it.

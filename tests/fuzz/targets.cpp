@@ -166,6 +166,7 @@ void FuzzWorld::FeedRegistry(const Bytes& bytes) {
   constexpr DWORD kTypes[] = {REG_SZ, REG_EXPAND_SZ, REG_MULTI_SZ, REG_BINARY, REG_DWORD, REG_SZ, REG_SZ};
   if (bytes.size() < 2) return;
   const auto& value = kValues[bytes[0] % std::size(kValues)];
+  settings_.SetString(L"", L"MaxScanDepth", L"2");  // a root can be that of a whole drive
   value.key.SetRaw(value.subkey, value.name, kTypes[bytes[1] % std::size(kTypes)], std::span(bytes).subspan(2));
   extension_.SetString(L"OpenWithProgids", L"QuarryFuzz", L"");
   {

@@ -27,7 +27,7 @@ TEST_F(FacadeFileTypes, AreReadAgainFifteenSecondsAfterTheLastReadingEnded) {
   const std::wstring program = folder / L"app.exe";
   TickCount_SetSource(&Now);
 
-  step = 1000;  // the reading itself takes longer than its result holds
+  step = 10'000;  // the reading itself takes longer than its result holds
   const ULONGLONG started = now + step;
   const std::unique_ptr<Quarry> facade = CreateQuarry(&RecordBuilds, true);
   step = 0;

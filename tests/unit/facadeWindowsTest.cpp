@@ -85,13 +85,13 @@ TEST(WindowProbe, GivesNothingForAWindowThatIsGone) {
   SetLogCallback(HostLog::Record);
   HostLog::Clear();
   const HWND gone = reinterpret_cast<HWND>(0xDEAD0);
-  const WindowProcess process = ProbeProcess(gone);
+  const WindowProcess process = WindowProcesses().Of(gone);
   EXPECT_EQ(process.id, -1);
   EXPECT_EQ(process.imagePath, L"");
   EXPECT_EQ(HostLog::Count(0, L"GetWindowThreadProcessId failed! error 1400\n"), 1u);
-  const WindowAttributes attributes = ProbeAttributes(gone);
-  EXPECT_EQ(attributes.title + attributes.className, L"");
-  EXPECT_FALSE(attributes.IsVisible());
+  WindowProbe window(gone);
+  EXPECT_EQ(window.Title() + window.ClassName(), L"");
+  EXPECT_FALSE(window.IsVisible());
 }
 
 }  // namespace

@@ -55,9 +55,14 @@ class WindowFilter : public Test {
   }
   /// What the rules say of a window: whether one matched, action and type.
   static std::string Ask(HWND window) {
-    const SeamlyFilterMatch match = SeamlyFilter_FindMatchingRule(window);
+    SeamlyFilterPrograms programs;
+    const SeamlyFilterMatch match = SeamlyFilter_FindMatchingRule({window, {}, {}}, programs);
     return Str_Format("%d %d %d", match.matched ? 1 : 0, static_cast<int>(match.action),
                       static_cast<int>(match.windowType));
+  }
+  static std::optional<SeamlyFilterData> Data(HWND window) {
+    SeamlyFilterPrograms programs;
+    return SeamlyFilterGetData({window, {}, {}}, programs);
   }
   /// A copy of windowMaker that says whose it is.
   std::wstring MakeProgram(const VersionResource& version) const {
@@ -293,7 +298,7 @@ TEST_F(WindowFilter, ReadsAProgramsVersionUpToTheFirstFailure) {
     const WindowMaker maker({{L"Window", L"Klasse"}}, false, MakeProgram(version));
     messages.clear();
     for (int repeat = 0; repeat < 2; ++repeat) {
-      const SeamlyFilterData data = SeamlyFilterGetData(maker.Window()).value_or(SeamlyFilterData{});
+      const SeamlyFilterData data = Data(maker.Window()).value_or(SeamlyFilterData{});
       EXPECT_EQ(Str_Format("%u.%u.%u.%u|%s|%s", data.major, data.minor, data.build, data.revision, data.company.c_str(),
                            data.product.c_str()),
                 expected);
@@ -303,7 +308,7 @@ TEST_F(WindowFilter, ReadsAProgramsVersionUpToTheFirstFailure) {
     EXPECT_THAT(messages, SizeIs(missing.empty() ? 0 : 1)) << "the file is read once";
   }
   const WindowMaker plain({{L"Window"}});  // of a program without a version
-  EXPECT_TRUE(SeamlyFilterGetData(plain.Window()));
+  EXPECT_TRUE(Data(plain.Window()));
   EXPECT_EQ(Count("SeamlyFilterGetData: unable to get version info size of window 0x"), 1);
 }
 
