@@ -391,12 +391,12 @@ TEST_F(ScanTest, LogsExactlyThis) {
 std::wstring g_vanishing;
 
 TEST_F(ScanTest, FolderThatVanishesDuringTheScanIsReportedAndTheRestIsFound) {
-  g_vanishing = folder_.MakeFolder(L"root\\vanishing");
+  g_vanishing = folder_.MakeFolder(L"root\\going");
   Define(1, Root());
   host_->Exit();
   const QuarryHost host(false, [](std::uint32_t level, const wchar_t* message) {
     HostLog::Record(level, message);
-    if (std::wstring_view(message).starts_with(L"\"vanishing\": subdirectory")) RemoveDirectoryW(g_vanishing.c_str());
+    if (std::wstring_view(message).starts_with(L"\"going\": subdirectory")) RemoveDirectoryW(g_vanishing.c_str());
   });
   EXPECT_EQ(Scan(), all_);
   EXPECT_EQ(HostLog::CountHolding(L"FindFirstFileEx failed for \"" + g_vanishing), 1U);
