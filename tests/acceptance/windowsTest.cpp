@@ -12,24 +12,19 @@ namespace {
 /// The library reads the switch of the verbose window log, and the Windows folder, once in a process.
 class ProcessSettings : public Environment {
  public:
-  void SetUp() override {
-    settings_.emplace(kSettingsKey);
-    settings_->SetString({}, L"VerboseWindowLogging", L"1");
-    folder_.emplace(L"quarryWindows");
-    ASSERT_TRUE(SetEnvironmentVariableW(L"windir", folder_->Path().c_str()));
+  ProcessSettings() {
+    settings_.SetString({}, L"VerboseWindowLogging", L"1");
+    SetEnvironmentVariableW(L"windir", folder_.Path().c_str());
   }
-  void TearDown() override {
-    settings_.reset();
-    folder_.reset();
-  }
-  static std::wstring Program(const wchar_t* name) { return folder_->CopyFrom(name, FixtureProgram(L"windowMaker")); }
+  std::wstring Program(const wchar_t* name) const { return folder_.CopyFrom(name, FixtureProgram(L"windowMaker")); }
 
  private:
-  std::optional<RegistryFixture> settings_;
-  static inline std::optional<TemporaryFolder> folder_;
+  const RegistryFixture settings_{kSettingsKey};
+  const TemporaryFolder folder_{L"quarryWindows"};
 };
 
-const auto* const kProcessSettings = AddGlobalTestEnvironment(new ProcessSettings);  // GoogleTest deletes it
+// GoogleTest deletes it.
+const auto* const kProcess = static_cast<ProcessSettings*>(AddGlobalTestEnvironment(new ProcessSettings));
 
 auto CountTitle(const WindowArray& windows, std::wstring_view title) {
   return std::count_if(windows.begin(), windows.end(),
@@ -104,10 +99,10 @@ TEST(WindowManager, SkipsByTheFirstTestThatDecides) {
                       {{L"TF_FloatingLangBar_WndTitle", L"CiceroUIWndFrame"}},
                       {{L""}},
                   });
-  ExpectDecisions(host, ProcessSettings::Program(L"explorer.exe"),
+  ExpectDecisions(host, kProcess->Program(L"explorer.exe"),
                   {{{L"", plain, WS_CHILD | WS_BORDER}, special}, {{L"Folder"}}, {{L"", plain, kPopup}}});
   ExpectDecisions(
-      host, ProcessSettings::Program(L"system32\\taskhostw.exe"),
+      host, kProcess->Program(L"system32\\taskhostw.exe"),
       {{{L"TF_FloatingLangBar_WndTitle"}, special}, {{L"Input", L"CiceroUIWndFrame"}, special}, {{L"Task"}}});
 }
 
