@@ -250,6 +250,22 @@ TEST_F(QuarryCtl, ExplainNamesTheRuleThatDecided) {
               HasSubstr(R"(Damaged.lnk","reason":"no shortcut)"));
 }
 
+TEST_F(QuarryCtl, TellsOfAFilterThatOthersCanHavePlanted) {
+  const RegistryFixture settings(kSettingsKey);
+  settings.SetString(L"Filter1", L"Root", L"C:\\");
+  settings.SetDacl(L"Filter1", L"D:P(A;;KA;;;BA)(A;;KA;;;SY)");
+  const Json filter = RunJson({L"filters"}).at(0);
+  EXPECT_EQ(filter["used"], false);
+  EXPECT_THAT(filter["problems"].dump(), AllOf(HasSubstr("left out: others than administrators"),
+                                               HasSubstr("Filter1: Non-admin ACL entry given write permissions")));
+  EXPECT_THAT(Run({L"filters", L"export", L"out.ini"}).err, HasSubstr("Filter1 is not used by scans"));
+  const ProcessOutput doctor = Run({L"doctor"});
+  EXPECT_EQ(doctor.exitCode, 1u);
+  EXPECT_THAT(doctor.out, HasSubstr("error    filter keys      others than administrators can write to"));
+  settings.SetDacl(L"Filter1", L"D:P(A;;KA;;;BA)");
+  EXPECT_EQ(RunJson({L"filters"}).at(0)["used"], true);
+}
+
 // The program in the guide for hosts.
 TEST_F(QuarryCtl, ExampleHostListsWhatAScanFinds) {
   const Json applications = RunJson({L"scan"});

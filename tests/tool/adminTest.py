@@ -6,7 +6,7 @@ import subprocess
 import sys
 import unittest
 
-from quarryctl import WINE, WORK, quarryctl
+from quarryctl import BUILD, WINDOWS, WINE, WORK, quarryctl
 
 ORDINARY = r'SOFTWARE\Velkor, Inc.\Velkor Quarry'
 POLICY = r'SOFTWARE\Policies\Velkor, Inc.\Velkor Quarry'
@@ -229,6 +229,61 @@ class Filters(AdminTest):
                 self.assertIn(f'nothing was written: an INI file cannot carry a text of {what} ', done.stderr)
         self.assertFalse((WORK / 'out.ini.partial').exists())
         self.assertEqual((WORK / 'out.ini').read_text(), 'kept')
+
+
+class Doctor(AdminTest):
+    def checks(self):
+        done = quarryctl('doctor', '--json')
+        checks = {check.pop('check'): check for check in json.loads(done.stdout)}
+        failed = any(check['status'] == 'error' for check in checks.values())
+        self.assertEqual(done.returncode, int(failed))
+        return checks
+
+    def expect(self, checks, name, status, text):
+        self.assertEqual(checks[name]['status'], status, checks[name])
+        self.assertIn(text, checks[name]['text'])
+        self.assertEqual(status == 'ok', not checks[name]['remedy'])
+
+    def test_sound_host(self):
+        checks = self.checks()
+        self.assertEqual(list(checks), ['rights', 'library', 'shortcuts', 'icon folder', 'file types', 'settings',
+                                        'drive policy', 'filters', 'filter keys', 'window rules', 'other processes'])
+        self.assertEqual({check['status'] for check in checks.values()}, {'ok'}, checks)
+
+    def test_faults(self):
+        rules = WINDOWS.parent / 'ProgramData/Velkor/KilnServer'
+        shutil.rmtree(rules, ignore_errors=True)
+        self.addCleanup(shutil.rmtree, rules)
+        (rules / 'Seamly Filters').mkdir(parents=True)
+        (rules / 'Seamly Filters/admin.txt').write_text('BeginRule\nnonsense\nEndRule\n')
+        (WORK / 'file').write_text('')
+        import_reg(key(POLICY), text('WritableFolders', 'Skip'), text('IconCacheDir', f'Z:{WORK}/file'.replace('/', '\\')),
+                   key(POLICY + r'\Filter1'), text('Includes', '*'), key(DRIVES), dword('fDisableCdm', 1))
+        checks = self.checks()
+        for name, status, seen in (('settings', 'warning', 'WritableFolders: "Skip"'), ('filters', 'error', 'nothing is published'),
+                                   ('drive policy', 'warning', 'fDisableCdm'), ('window rules', 'warning', "bad token or whitespace 'nonsense'"),
+                                   ('icon folder', 'warning', 'Invalid PNG cache folder')):
+            with self.subTest(name):
+                self.expect(checks, name, status, seen)
+
+    def test_library_that_is_missing_and_one_of_another_version(self):
+        other = WORK / 'other'
+        other.mkdir()
+        tool = shutil.copy(BUILD / 'bin/quarryctl.exe', other)
+        alone = subprocess.run([*WINE, tool, 'doctor'], stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding='utf-8')
+        self.assertEqual(alone.returncode, 1)
+        self.assertRegex(alone.stdout, r'\nerror +library +.*quarry.dll cannot be used; put ')
+        self.assertRegex(alone.stdout, r'\nok +settings ')
+        version = self.checks()['library']['text'].split(',')[0]
+        library = (BUILD / 'bin/quarry.dll').read_bytes()
+        self.assertRegex(version, r'^\d\.\d\.\d\.\d$')
+        (other / 'quarry.dll').write_bytes(library.replace(version.encode('utf-16-le'), '9.9.0.0'.encode('utf-16-le')))
+        with subprocess.Popen([*WINE, tool, 'windows', '--watch'], stdout=subprocess.PIPE) as process:
+            process.stdout.readline()  # the library is loaded
+            try:
+                self.expect(self.checks(), 'other processes', 'warning', 'quarryctl.exe has loaded 9.9.0.0, ')
+            finally:
+                process.terminate()
 
 
 if __name__ == '__main__':

@@ -17,6 +17,7 @@ namespace quarryctl {
   COMMAND(Rules)                    \
   COMMAND(Settings)                 \
   COMMAND(Filters)                  \
+  COMMAND(Doctor)                   \
   COMMAND(Compare)                  \
   COMMAND(Debug)                    \
   COMMAND(Completion)               \

@@ -1,10 +1,10 @@
-#include "lib/misc/logEntry.h"
 #include "lib/seamlyFilter/ruleFile.h"
 #include "lib/seamlyFilter/rules.h"
 #include "lib/unicode/unicode.h"
 
 #include "tools/quarryctl/commandTable.h"
 #include "tools/quarryctl/paths.h"
+#include "tools/quarryctl/readerMessages.h"
 #include "tools/quarryctl/table.h"
 
 #include <optional>
@@ -14,36 +14,6 @@
 
 namespace quarryctl {
 namespace {
-
-/// The messages of the library's reader, while it exists.
-class ReaderMessages {
- public:
-  ReaderMessages() {
-    LogEntry_SetSink([](const char* message) { Kept().emplace_back(message); });
-  }
-  ~ReaderMessages() { LogEntry_SetSink(nullptr); }
-  ReaderMessages(const ReaderMessages&) = delete;
-  ReaderMessages& operator=(const ReaderMessages&) = delete;
-
-  /// Those since the last call, without the reporting function's name and the line end.
-  static std::vector<std::string> Take() {
-    std::vector<std::string> messages;
-    for (const std::string& message : Kept()) {
-      const std::size_t start = message.find(": ");
-      std::string text = start == std::string::npos ? message : message.substr(start + 2);
-      text.erase(text.find_last_not_of("\r\n") + 1);
-      messages.push_back(std::move(text));
-    }
-    Kept().clear();
-    return messages;
-  }
-
- private:
-  static std::vector<std::string>& Kept() {
-    static std::vector<std::string> messages;
-    return messages;
-  }
-};
 
 /// What an item says that its key does not know.
 std::optional<std::string> FindUnknownValue(RuleKey key, const std::string& line) {

@@ -11,17 +11,13 @@
 #include <optional>
 
 namespace quarryctl {
-namespace {
 
-/// The version in the properties of the file.
 std::string VersionOfFile(const std::wstring& path) {
   const VersionResource resource = ReadVersionResource(path);
   if (!resource.block) return "not there, error " + std::to_string(resource.error);
   const std::optional<std::wstring> table = resource.block->FirstLanguageCodePage();
   return table ? Unicode_Utf8FromWide(QueryVersionString(*resource.block, *table, L"FileVersion")) : "without version";
 }
-
-}  // namespace
 
 std::string VersionText() {
   return "quarryctl " + std::to_string(QUARRY_VERSION_MAJOR) + '.' + std::to_string(QUARRY_VERSION_MINOR) + '.' +
