@@ -17,20 +17,23 @@ const SettingEntry& EntryOf(Setting setting) { return kSettings.at(static_cast<s
 
 Config::Config() : Registry(kSettingsRoot, true) {}
 
-std::wstring Config::GetString(Setting setting) const {
+std::wstring Config::GetString(Setting setting) const { return SettingsReader(*this).GetString(setting); }
+int Config::GetInt(Setting setting) const { return SettingsReader(*this).GetInt(setting); }
+bool Config::GetBool(Setting setting) const { return SettingsReader(*this).GetBool(setting); }
+
+std::wstring SettingsReader::GetString(Setting setting) {
   const SettingEntry& entry = EntryOf(setting);
   std::wstring text;
-  if (ReadString(entry.subkey, entry.valueName, text) != ERROR_SUCCESS) return entry.defaultText;
-  return text;
+  return keys_.ReadString(entry.valueName, text) == ERROR_SUCCESS ? text : entry.defaultText;
 }
 
-int Config::GetInt(Setting setting) const { return ParseNumber(GetString(setting)); }
+int SettingsReader::GetInt(Setting setting) { return ParseNumber(GetString(setting)); }
 
-bool Config::GetBool(Setting setting) const {
+bool SettingsReader::GetBool(Setting setting) {
   return ParseSwitch(GetString(setting)).value_or(ParseSwitch(EntryOf(setting).defaultText) == true);
 }
 
-bool Config::CheckWritableFolder(const std::wstring& folderPath, bool& abortScan, bool& skipFolder) const {
+bool SettingsReader::CheckWritableFolder(const std::wstring& folderPath, bool& abortScan, bool& skipFolder) {
   abortScan = false;
   skipFolder = false;
   const std::wstring text = GetString(Setting::WritableFolders);

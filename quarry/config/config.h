@@ -22,6 +22,8 @@ class Config : public Registry {
  public:
   Config();
 
+  // One setting; SettingsReader reads several.
+
   /// The setting's text, or its default where the value is missing or cannot be read.
   std::wstring GetString(Setting setting) const;
 
@@ -31,12 +33,25 @@ class Config : public Registry {
   /// "1" and "true" are true, "0" and "false" are false, in any case; every other text means the default.
   bool GetBool(Setting setting) const;
 
-  /// Decides by the setting WritableFolders what a scan does with the folder it is about to enter: go on, leave the
-  /// folder out (`skipFolder`) or give up (`abortScan`). Returns whether the folder was checked.
-  bool CheckWritableFolder(const std::wstring& folderPath, bool& abortScan, bool& skipFolder) const;
-
  private:
   ObjectCount count_{"Config"};
+};
+
+/// Reads the settings as Config does, with their keys open while it lives: for several of them at a time.
+class SettingsReader {
+ public:
+  explicit SettingsReader(const Config& config) : keys_(config, L"") {}
+
+  std::wstring GetString(Setting setting);
+  int GetInt(Setting setting);
+  bool GetBool(Setting setting);
+
+  /// Decides by the setting WritableFolders what a scan does with the folder it is about to enter: go on, leave the
+  /// folder out (`skipFolder`) or give up (`abortScan`). Returns whether the folder was checked.
+  bool CheckWritableFolder(const std::wstring& folderPath, bool& abortScan, bool& skipFolder);
+
+ private:
+  RegistryKeys keys_;
 };
 
 }  // namespace quarry

@@ -2,10 +2,14 @@
 
 #include "quarry/diagnostics/objectCounters.h"
 
+#include "lib/misc/platformHandles.h"
+
 #include <windows.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace quarry {
 
@@ -34,12 +38,37 @@ class Registry {
   bool IsKeyAdminOnly(const std::wstring& subkey, bool checkAcl) const;
 
  private:
-  template <typename Read>
-  LSTATUS ReadPolicyFirst(const std::wstring& subkey, RegistryBranch* branch, Read read) const;
+  friend class RegistryKeys;
 
   std::wstring root_;
   bool policyFirst_;
   ObjectCount count_{"Registry"};
+};
+
+/// The keys of one subkey, each opened when it is first asked for and kept open: for several values at a time. A key
+/// that cannot be opened is logged for each value.
+class RegistryKeys {
+ public:
+  /// `registry` is asked for its names only.
+  RegistryKeys(const Registry& registry, const std::wstring& subkey);
+
+  /// As those of Registry.
+  LSTATUS ReadDword(const std::wstring& valueName, std::uint32_t& out, RegistryBranch* branch = nullptr);
+  LSTATUS ReadString(const std::wstring& valueName, std::wstring& out, RegistryBranch* branch = nullptr);
+
+ private:
+  struct Key {
+    std::wstring path;
+    std::optional<LSTATUS> opened;
+    UniqueRegistryKey handle;
+  };
+
+  static LSTATUS Read(Key& key, const std::wstring& valueName, DWORD type, std::vector<BYTE>& data);
+  LSTATUS ReadPolicyFirst(const std::wstring& valueName, DWORD type, std::vector<BYTE>& data, RegistryBranch* branch);
+
+  bool policyFirst_;
+  Key policy_;
+  Key ordinary_;
 };
 
 }  // namespace quarry

@@ -99,7 +99,8 @@ bool DirectoryScanner::ScanDirectory(int depth, const std::wstring& path, const 
     return true;
   }
   Log(LogLevel::Notable, L"Scanning \"%s\", depth = %d\n", folder.c_str(), depth);
-  const int limit = std::min(config_.GetInt(Setting::MaxScanDepth), kDeepestLevel);
+  std::optional<SettingsReader> settings(config_);
+  const int limit = std::min(settings->GetInt(Setting::MaxScanDepth), kDeepestLevel);
   if (depth >= limit) {
     Log(LogLevel::Warning, L"Maximum directory scan depth (%d) exceeded for \"%s\" -- skipped\n", limit,
         folder.c_str());
@@ -107,7 +108,7 @@ bool DirectoryScanner::ScanDirectory(int depth, const std::wstring& path, const 
   }
   bool abortScan = false;
   bool skipFolder = false;
-  config_.CheckWritableFolder(folder, abortScan, skipFolder);
+  settings->CheckWritableFolder(folder, abortScan, skipFolder);
   if (abortScan) return false;
   if (skipFolder) return true;
 
@@ -117,8 +118,9 @@ bool DirectoryScanner::ScanDirectory(int depth, const std::wstring& path, const 
     LogEnumerationFailure(pattern, GetLastError());
     return true;
   }
-  const Folder scanned{folder, depth, filter, config_.GetBool(Setting::ScanHidden),
-                       config_.GetBool(Setting::ScanReparsePoints)};
+  const Folder scanned{folder, depth, filter, settings->GetBool(Setting::ScanHidden),
+                       settings->GetBool(Setting::ScanReparsePoints)};
+  settings.reset();  // not one key open for each level of the walk
   int found = 0;
   do {
     if (!ScanEntry(scanned, entries.Entry(), results, found)) return false;

@@ -257,14 +257,20 @@ TEST(ImageHeader, IsTakenWithinItsBounds) {
   }
 }
 
-// Whoever opens the pipe for reading waits for a writer that never comes.
-TEST_F(Icons, AnIconThatIsAPipeIsRefused) {
+TEST_F(Icons, APipeAndAProgramThatIsLockedHaveNone) {
+  const std::wstring path = Program(L"locked", {MakeImage(16, 16, 32)});
+  const UniqueFile lock(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+  std::deque<UniqueFile> pipes;  // whoever opens one for reading waits for a writer that never comes
+  for (const wchar_t* const name : {L"\\\\.\\pipe\\quarryTest.ico", L"\\\\.\\pipe\\quarryTest"}) {
+    pipes.emplace_back(CreateNamedPipeW(name, PIPE_ACCESS_DUPLEX, 0, 1, 64, 64, 0, nullptr));
+    ASSERT_TRUE(pipes.back());
+  }
   const QuarryHost host;
-  for (const auto& [name, line] : {std::pair(L"\\\\.\\pipe\\quarryTest.ico", L"Failed to load file, error 66\n"),
-                                   {L"\\\\.\\pipe\\quarryTest", L"EXE assumed\n"}}) {
-    const UniqueFile pipe(CreateNamedPipeW(name, PIPE_ACCESS_DUPLEX, 0, 1, 64, 64, 0, nullptr));
-    ASSERT_TRUE(pipe);
-    EXPECT_THAT(SizesOf(host, Link(name)), IsEmpty());
+  for (const auto& [source, line] :
+       {std::pair<std::wstring, std::wstring>(L"\\\\.\\pipe\\quarryTest.ico", L"Failed to load file, error 66\n"),
+        {L"\\\\.\\pipe\\quarryTest", L"EXE assumed\n"},
+        {path, L"Failed to find RT_GROUP_ICON resource in " + path}}) {
+    EXPECT_THAT(SizesOf(host, Link(source)), IsEmpty());
     EXPECT_TRUE(HasLine(line));
   }
 }
@@ -431,17 +437,6 @@ TEST_F(Icons, AnImageThatLiesAboutItsSizeLeavesOutItsSizeOnly) {
   const QuarryHost host;
   EXPECT_EQ(SizesOf(host, path), (Sizes{{16, 16}}));
   EXPECT_EQ(HostLog::CountHolding(L" icon, error = 13\n"), 2u);
-}
-
-TEST_F(Icons, AProgramThatCannotBeReadHasNoIcons) {
-  const QuarryHost host;
-  const std::wstring path = Program(L"locked", {MakeImage(16, 16, 32)});
-  const UniqueFile lock(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-  for (const std::wstring& unreadable : {target_, path}) {
-    EXPECT_THAT(SizesOf(host, unreadable), IsEmpty());
-    EXPECT_TRUE(HasLine(L"Failed to find RT_GROUP_ICON resource in " + unreadable));
-    EXPECT_EQ(HostLog::Count(1, L"No IconMiner, therefore no icons for " + unreadable + L'\n'), 1u);
-  }
 }
 
 TEST_F(Icons, OnlyWellNamedFilesOfTheFolderAreReadBack) {

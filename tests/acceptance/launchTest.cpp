@@ -318,10 +318,8 @@ TEST_F(Launch, LooksNoLongerThanTheTimeoutForFilesOfASlowDrive) {
         ++g_looks;
         return path[wcslen(path) - 1] == L'b' ? TRUE : FALSE;
       });
-  const Parameters files = {{L"file-path", L"\\\\tsclient\\C\\a"},
-                            {L"file-path", L"\\\\tsclient\\C\\b"},
-                            {L"file-path", L"\\\\tsclient\\C\\c"},
-                            {L"file-path", L"\\\\tsclient\\C\\d"}};
+  Parameters files(4, {L"file-path", L"\\\\tsclient\\C\\"});
+  for (std::size_t index = 0; index < files.size(); ++index) files[index].second += L"abcd"[index];
   for (const auto& [timeout, looks, missing] :
        {std::tuple(0U, 1U, L'4'), std::tuple(static_cast<unsigned>(kTimeout), 2U, L'3')}) {
     policy_.SetDword(L"Config", L"RemoteFileOpenTimeoutMs", timeout);

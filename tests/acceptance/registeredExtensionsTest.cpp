@@ -1,6 +1,7 @@
 // What an application opens, as a host is told: real keys, real programs, real shortcuts.
 
 #include "tests/support/hostTest.h"
+#include "tests/support/importTable.h"
 #include "tests/support/registeredTypes.h"
 
 namespace quarry::test {
@@ -49,7 +50,35 @@ TEST_F(RegisteredExtensionsTest, ListEachTypeOnceExtensionsFirstForAProgramAndIt
     }
     EXPECT_EQ(listed, opens ? types : decltype(types)()) << path.c_str();
   }
-  EXPECT_EQ(HostLog::CountHolding(L"Building the file extension database took "), 1U);
+}
+
+ULONGLONG g_now = 3'600'000;
+ULONGLONG g_step = 0;
+
+TEST_F(RegisteredExtensionsTest, AreReadAgainFifteenSecondsAfterTheLastReadingEnded) {
+  const ReplacedImport clock(
+      Library::Instance().Module(), "KERNEL32.dll", "GetTickCount64", +[]() -> ULONGLONG { return g_now += g_step; });
+  Class(L"QuarryProgId1", L"app.exe");
+  const RegistryFixture& type = Key(L".quarrya");
+  g_step = 10'000;  // the reading itself takes longer than its result holds
+  const ULONGLONG started = g_now + g_step;
+  const QuarryHost host(true);
+  const ULONGLONG ended = g_now;
+  g_step = 0;
+  EXPECT_GE(ended - started, 15'000u);
+  EXPECT_EQ(
+      HostLog::Count(2, Str_FormatWide(L"Building the file extension database took %I64u ms.\n", ended - started)), 1u);
+  const auto counted = [&] { return host.GetRegisteredExtensions(folder / L"app.exe")->count; };
+  type.SetString(L"", L"", L"QuarryProgId1");
+  g_now = ended + 14'999;
+  EXPECT_EQ(counted(), 0u);
+  g_now = ended + 15'000;
+  EXPECT_EQ(counted(), 1u);
+  type.RemoveValue(L"", L"");
+  EXPECT_EQ(counted(), 1u);
+  EXPECT_EQ(HostLog::CountHolding(L"Building the file extension database took "), 2u);
+  g_now += 15'000;
+  EXPECT_EQ(counted(), 0u);
 }
 
 }  // namespace

@@ -18,15 +18,9 @@ Names NamesOf(const ApplicationArray& apps) {
 /// The files below a folder, depth-first in the order of the file system.
 Names DepthFirst(const std::wstring& folder) {
   Names names;
-  WIN32_FIND_DATAW entry{};
-  const UniqueFind find(FindFirstFileW((folder + L"\\*").c_str(), &entry));
-  do {
-    const std::wstring name = entry.cFileName;
-    if (name == L"." || name == L"..") continue;
-    const bool isFolder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    const Names below = isFolder ? DepthFirst(folder + L'\\' + name) : Names{name};
-    names.insert(names.end(), below.begin(), below.end());
-  } while (FindNextFileW(find.get(), &entry));
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    if (!entry.is_directory()) names.push_back(entry.path().filename());
+  }
   return names;
 }
 
@@ -397,12 +391,12 @@ TEST_F(ScanTest, LogsExactlyThis) {
 std::wstring g_vanishing;
 
 TEST_F(ScanTest, FolderThatVanishesDuringTheScanIsReportedAndTheRestIsFound) {
-  g_vanishing = folder_.MakeFolder(L"root\\vanishing");
+  g_vanishing = folder_.MakeFolder(L"root\\going");
   Define(1, Root());
   host_->Exit();
   const QuarryHost host(false, [](std::uint32_t level, const wchar_t* message) {
     HostLog::Record(level, message);
-    if (std::wstring_view(message).starts_with(L"\"vanishing\": subdirectory")) RemoveDirectoryW(g_vanishing.c_str());
+    if (std::wstring_view(message).starts_with(L"\"going\": subdirectory")) RemoveDirectoryW(g_vanishing.c_str());
   });
   EXPECT_EQ(Scan(), all_);
   EXPECT_EQ(HostLog::CountHolding(L"FindFirstFileEx failed for \"" + g_vanishing), 1U);

@@ -54,6 +54,7 @@ TEST_F(FileTypeRecord, TakesHandlersFromEverySourceInOrder) {
   type.SetDword(L"OpenWithProgIds", L"QuarryProgId8", 1);
   Key(L"SystemFileAssociations\\quarryperceived").MakeSubkey(L"OpenWithList\\QuarryProgId3");
   const RegistryFixture& user = Key(ExplorerTypeKey(L".quarrytest"), HKEY_CURRENT_USER);
+  user.SetRaw(L"OpenWithProgIds", std::wstring(16'000, L'a'), REG_NONE, {});  // no class, ahead of the next
   user.SetRaw(L"OpenWithProgIds", L"QuarryProgId7", REG_NONE, {});
   user.SetString(L"OpenWithList", L"a", L"QuarryApp.exe");
   user.SetString(L"OpenWithList", L"b", L"QuarryProgId8");
