@@ -93,7 +93,7 @@ TEST(OsVersion, PlacesEverySystemInTheRowOfGenerationsAndNamesIt) {
             std::wstring::npos);
 }
 
-TEST(RegistryEnumeration, VisitsEverySubkeyAndKeepsTheFirstError) {
+TEST(RegistryEnumeration, VisitsAllUntilToldToStopAndKeepsTheFirstError) {
   constexpr char kPath[] = "Software\\Quarry foundation test";
   const quarry::test::RegistryFixture key(L"Software\\Quarry foundation test", HKEY_CURRENT_USER);
   key.MakeSubkey(L"\x4e2d\x6587");
@@ -111,6 +111,14 @@ TEST(RegistryEnumeration, VisitsEverySubkeyAndKeepsTheFirstError) {
   EXPECT_EQ(kept, 100);
   EXPECT_THAT(visited, UnorderedElementsAre(std::pair("plain", 1000), std::pair("\xE4\xB8\xAD\xE6\x96\x87", 0),
                                             std::pair(std::string(255, 'n'), 0)));
+  key.SetDword(L"", L"one", 1);
+  key.SetDword(L"", L"two", 2);
+  int values = 0;
+  WinReg_EnumerateValues(HKEY_CURRENT_USER, kPath, 0, [&](const WinRegValue&, bool& proceed) {
+    proceed = false;
+    return LSTATUS{values++};
+  });
+  EXPECT_EQ(values, 1);
 }
 
 }  // namespace
