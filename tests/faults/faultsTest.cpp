@@ -74,7 +74,7 @@ Failure FailureOf(const std::string& function) {
 /// The faults of a day: the first and a few later calls of each function, or many of them.
 std::vector<Fault> FaultsOf(const std::map<std::string, std::uint64_t>& counts) {
   const auto dense = static_cast<std::uint64_t>(Rounds(1, 24));
-  const auto step = static_cast<std::uint64_t>(Rounds(40, 2));  // each so many tenths of the one before, and one more
+  const auto step = static_cast<std::uint64_t>(Rounds(400, 2));  // each so many tenths of the one before, and one more
   std::vector<Fault> faults;
   for (const auto& [function, count] : counts) {
     for (std::uint64_t call = 1; call <= count; call += call < dense ? 1 : 1 + call * step / 10) {

@@ -11,7 +11,7 @@
 namespace quarry::test {
 namespace {
 
-constexpr DWORD kTimeLimitMs = 60'000;
+constexpr DWORD kTimeLimitMs = 300'000;
 
 /// A file for the output of one program, removed when the last who has it open is gone. Not a pipe: what the platform
 /// starts in passing, such as the desktop's shell, can inherit that and keep its reader waiting.

@@ -16,7 +16,7 @@ struct ProcessOutput {
 
 /// Runs the program `name`.exe of the bin folder with `arguments`, each handed over as one argument whatever it holds,
 /// in `folder` (empty: this process's), and waits for its end. Throws when it cannot be started or has not ended after
-/// 60 s; it is then ended.
+/// 300 s; it is then ended.
 ProcessOutput RunProgram(std::wstring_view name, const std::vector<std::wstring>& arguments = {},
                          const std::wstring& folder = {});
 

@@ -1,5 +1,6 @@
 """What the tests of the tool share. Each is started with the folders of the source tree and of the build."""
 
+import os
 import pathlib
 import shutil
 import subprocess
@@ -7,7 +8,9 @@ import sys
 
 ROOT, BUILD = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
 WORK = BUILD / pathlib.Path(sys.argv[0]).stem
-WINDOWS = ROOT / 'build/wine/tests/drive_c/windows'
+# In a lane of CTest's the prefix is another one.
+PREFIX = pathlib.Path(os.environ.get('QUARRY_WINEPREFIX', ROOT / 'build/wine/tests'))
+WINDOWS = PREFIX / 'drive_c/windows'
 WINE = [ROOT / 'scripts/wine.sh', '--prefix', 'tests']
 COMMAND = [*WINE, BUILD / 'bin/quarryctl.exe']
 
