@@ -2,15 +2,16 @@
 
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
 
 ROOT, BUILD = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
 WORK = BUILD / pathlib.Path(sys.argv[0]).stem
-# In a lane of CTest's the prefix is another one.
-PREFIX = pathlib.Path(os.environ.get('QUARRY_WINEPREFIX', ROOT / 'build/wine/tests'))
-WINDOWS = PREFIX / 'drive_c/windows'
+# The prefix that scripts/wine.sh takes: CTest names the lane.
+PREFIX = re.match('id:([a-z0-9]+),', os.environ.get('CTEST_RESOURCE_GROUP_0_LANES', 'id:tests,'))[1]
+WINDOWS = ROOT / 'build/wine' / PREFIX / 'drive_c/windows'
 WINE = [ROOT / 'scripts/wine.sh', '--prefix', 'tests']
 COMMAND = [*WINE, BUILD / 'bin/quarryctl.exe']
 
