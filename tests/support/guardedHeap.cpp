@@ -1,5 +1,7 @@
 #include "tests/support/guardedHeap.h"
 
+#include "lib/misc/noDestructor.h"
+
 #include "tests/support/importTable.h"
 
 #include <algorithm>
@@ -153,7 +155,8 @@ char* Duplicate(const char* text) {
 void GuardHeapOf(HMODULE module) {
   const char* const wanted = std::getenv("QUARRY_GUARDED_HEAP");
   if (wanted == nullptr || std::string_view(wanted) != "1") return;
-  static std::deque<ReplacedImport> replaced;
+  // Never put back either: what was allocated here is freed to the end.
+  static NoDestructor<std::deque<ReplacedImport>> replaced;
   if (heap == nullptr) {
     genuineFree = Genuine<void(void*)>("free");
     genuineSize = Genuine<std::size_t(void*)>("_msize");
@@ -165,7 +168,7 @@ void GuardHeapOf(HMODULE module) {
       {"_wcsdup", reinterpret_cast<void*>(WideDuplicate)}, {"_strdup", reinterpret_cast<void*>(Duplicate)}};
   for (const Import& import : ImportsOf(module)) {
     for (const auto& [name, function] : kFunctions) {
-      if (import.function == name) replaced.emplace_back(import.slot, function);
+      if (import.function == name) replaced.get().emplace_back(import.slot, function);
     }
   }
 }
