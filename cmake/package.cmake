@@ -58,7 +58,7 @@ quarry_install(lib/cmake/quarry cmake/quarryConfig.cmake ${PROJECT_BINARY_DIR}/p
 quarry_install(. README.md CHANGELOG.md THIRD_PARTY_NOTICES.md ${PROJECT_BINARY_DIR}/package/quarry.spdx.json)
 quarry_install(examples examples/host.c examples/host.cpp examples/linkedHost.c examples/everyCall.c examples/agent.cpp)
 install(FILES examples/package.cmake DESTINATION examples RENAME CMakeLists.txt COMPONENT sdk)
-install(DIRECTORY docs/ DESTINATION docs COMPONENT sdk FILES_MATCHING PATTERN *.md)
+install(DIRECTORY docs/ DESTINATION docs COMPONENT sdk FILES_MATCHING PATTERN *.md PATTERN *.schema.json)
 if(EXISTS ${PROJECT_SOURCE_DIR}/policy)
   install(DIRECTORY policy/ DESTINATION policy COMPONENT sdk)
 endif()
