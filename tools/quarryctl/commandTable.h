@@ -19,6 +19,7 @@ namespace quarryctl {
   COMMAND(Filters)                  \
   COMMAND(Doctor)                   \
   COMMAND(Compare)                  \
+  COMMAND(Export)                   \
   COMMAND(Debug)                    \
   COMMAND(Completion)               \
   COMMAND(Help)

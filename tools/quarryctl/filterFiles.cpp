@@ -1,5 +1,7 @@
 #include "tools/quarryctl/filterFiles.h"
 
+#include "tools/quarryctl/utf16Files.h"
+
 #include <string_view>
 
 namespace quarryctl {
@@ -28,15 +30,6 @@ std::wstring FormatSection(const FilterDefinition& definition, const std::wstrin
   return text;
 }
 
-std::wstring RegText(const std::wstring& text) {
-  std::wstring quoted = L"\"";
-  for (const wchar_t character : text) {
-    if (character == L'"' || character == L'\\') quoted += L'\\';
-    quoted += character;
-  }
-  return quoted + L'"';
-}
-
 }  // namespace
 
 std::wstring FormatFilterIni(const std::vector<FilterDefinition>& definitions) {
@@ -61,10 +54,10 @@ std::wstring FormatFilterReg(const std::vector<FilterDefinition>& definitions, c
   for (const FilterDefinition& definition : definitions) {
     // All values, so that none of the other key's shows through.
     text += L"\r\n[" + key(++number) + L"]\r\n\"Enabled\"=dword:00000001\r\n";
-    text += L"\"Name\"=" + RegText(definition.name) + L"\r\n";
-    text += L"\"Root\"=" + RegText(definition.roots.empty() ? L"" : definition.roots.front()) + L"\r\n";
-    text += L"\"Includes\"=" + RegText(definition.includes) + L"\r\n";
-    text += L"\"Excludes\"=" + RegText(definition.excludes) + L"\r\n";
+    text += L"\"Name\"=" + RegistryText(definition.name) + L"\r\n";
+    text += L"\"Root\"=" + RegistryText(definition.roots.empty() ? L"" : definition.roots.front()) + L"\r\n";
+    text += L"\"Includes\"=" + RegistryText(definition.includes) + L"\r\n";
+    text += L"\"Excludes\"=" + RegistryText(definition.excludes) + L"\r\n";
   }
   while (++number <= quarry::kLastFilterNumber) text += L"\r\n[-" + key(number) + L"]\r\n";
   return text;

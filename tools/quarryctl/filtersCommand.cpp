@@ -8,6 +8,7 @@
 #include "tools/quarryctl/filterReport.h"
 #include "tools/quarryctl/options.h"
 #include "tools/quarryctl/table.h"
+#include "tools/quarryctl/utf16Files.h"
 
 #include <algorithm>
 #include <iterator>
@@ -115,12 +116,6 @@ ExitStatus RunCheck(const FileOptions& options, const CommandContext& context) {
 
 void BindCheck(CLI::App& command, FileOptions& options) {
   BindFile(command, "FILE", options.path, "INI file with filters")->required()->type_name("");
-}
-
-/// The text in UTF-16 with its byte-order mark, as the platform's profile functions and its registry editor read it.
-std::string Utf16Bytes(const std::wstring& text) {
-  const std::wstring marked = L'\xFEFF' + text;
-  return {reinterpret_cast<const char*>(marked.data()), marked.size() * sizeof(wchar_t)};
 }
 
 bool SameContent(const FilterDefinition& left, const FilterDefinition& right) {

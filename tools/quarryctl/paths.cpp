@@ -26,4 +26,9 @@ std::wstring LibraryPath() {
   return path.substr(0, path.find_last_of(L'\\') + 1) + L"quarry.dll";
 }
 
+bool IsFile(const std::wstring& path) {
+  const DWORD attributes = GetFileAttributesW(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
 }  // namespace quarryctl

@@ -7,12 +7,11 @@
 #include "tools/quarryctl/json.h"
 #include "tools/quarryctl/logSummary.h"
 #include "tools/quarryctl/options.h"
+#include "tools/quarryctl/paths.h"
 #include "tools/quarryctl/recordJson.h"
 #include "tools/quarryctl/scanTrail.h"
 #include "tools/quarryctl/session.h"
 #include "tools/quarryctl/table.h"
-
-#include <windows.h>
 
 #include <memory>
 #include <span>
@@ -30,11 +29,6 @@ struct ScanOptions {
   bool json = false;
   std::wstring htmlPath;
 };
-
-bool IsFile(const std::wstring& path) {
-  const DWORD attributes = GetFileAttributesW(path.c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
-}
 
 std::string FormatText(std::span<const QuarryApplicationInfo> applications, std::size_t width) {
   std::vector<TableRow> rows = {{"NAME", "VERSION", "COMPANY", "TARGET"}};
