@@ -1,9 +1,11 @@
 #include "lib/misc/accessEntry.h"
 
 #include <cstddef>
+#include <cstdint>
 
-// Microsoft Learn, ACE_HEADER.
+// Microsoft Learn, ACE_HEADER: sizes are multiples of four, so what begins elsewhere stands behind a damaged entry.
 PSID SidOfAce(ACE_HEADER* header) {
+  if (reinterpret_cast<std::uintptr_t>(header) % alignof(DWORD) != 0) return nullptr;
   switch (header->AceType) {
     case ACCESS_ALLOWED_ACE_TYPE:
     case ACCESS_DENIED_ACE_TYPE:

@@ -52,5 +52,18 @@ TEST_F(CallBudgetOfTypes, OfAnExtensionWhoseHandlerIsKnown) {
   EXPECT_LE(MarginalCalls(callsFor), 13);
 }
 
+TEST(CallBudget, OfAFolderWithASetting) {
+  const RegistryFixture settings(kSettingsKey);
+  settings.SetString({}, L"MaxScanDepth", L"20");
+  const TemporaryFolder folder;
+  const std::wstring ini = folder.WriteText(L"filters.ini", L"[All]\r\nRoot=" + folder / L"menu" + L"\r\n");
+  EXPECT_LE(MarginalCalls([&](int count) {
+              for (int made = 0; made < count; ++made) folder.MakeFolder(Str_FormatWide(L"menu\\%d", made));
+              const QuarryHost host;
+              return Calls().Of([&] { host.Scan(ini); });
+            }),
+            13);
+}
+
 }  // namespace
 }  // namespace quarry::test
